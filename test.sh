@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Builds and tests everything: ./test.sh [--quick] [--tidy] [--preset NAME]...
+#   --quick   the release build only
+#   --tidy    first check formatting and run clang-tidy on everything but the tests
+#   --preset  the named builds instead (release, debug, asan, tsan)
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+. Tools/setup.sh
+
+presets=()
+tidy=no
+while [ $# -gt 0 ]; do
+    case $1 in
+    --quick) presets=(release) ;;
+    --tidy) tidy=yes ;;
+    --preset)
+        [ $# -ge 2 ] || { echo "test.sh: --preset needs a name" >&2; exit 2; }
+        presets+=("$2")
+        shift
+        ;;
+    *)
+        sed -n '2,5s/^# \{0,1\}//p' "$0" >&2
+        exit 2
+        ;;
+    esac
+    shift
+done
+[ "${#presets[@]}" -gt 0 ] || presets=(release asan tsan)
+
+ensure_packages build demo test cross
+if [ "$tidy" = yes ]; then
+    ensure_packages tidy
+    build_preset release
+    Tools/check-style.sh build/release
+fi
+
+export ASAN_OPTIONS="detect_stack_use_after_return=1:strict_string_checks=1:${ASAN_OPTIONS:-}"
+export UBSAN_OPTIONS="print_stacktrace=1:${UBSAN_OPTIONS:-}"
+export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:${TSAN_OPTIONS:-}"
+
+for preset in "${presets[@]}"; do
+    echo "== $preset: build"
+    build_preset "$preset"
+    echo "== $preset: test"
+    ctest --preset "$preset" -j 2 --no-tests=error
+done
