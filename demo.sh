@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Builds the library, its Linux platform and the client, and plays the bundled samples: a document fetched
+# from an HTTP server, and a subtitle track of a media file, both through libttmlsource.so.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+. Tools/setup.sh
+
+ensure_packages build demo
+echo "== Building (the first time takes a minute or two)"
+build_preset release ttmlsrc > build/demo.log 2>&1 || { cat build/demo.log >&2; exit 1; }
+client=build/release/bin/ttmlsrc
+
+# A real HTTP server on a free loopback port, ended with this script.
+mkfifo build/demo.port.$$
+python3 -u -m http.server 0 --bind 127.0.0.1 --directory Samples > build/demo.port.$$ 2> build/demo-server.log &
+server=$!
+trap 'kill "$server" 2> /dev/null; rm -f build/demo.port.$$' EXIT
+read -r line < build/demo.port.$$
+port=$(sed -E 's/.* port ([0-9]+).*/\1/' <<< "$line")
+base=http://127.0.0.1:$port
+
+say() { printf '\n== %s\n' "$*"; }
+
+say "Out of band: the source thread fetches one document from $base"
+"$client" broadband --url "$base/imsc1-text.ttml" --user-agent ttml-demo --dnt 1 --descriptor "English"
+
+say "What the server was asked, DNT header and user agent included by the library"
+grep -m1 imsc1-text.ttml build/demo-server.log
+
+say "In band: a minute of an stpp track from $base/subtitles.mp4, at ten times its speed"
+"$client" broadband --media "$base/subtitles.mp4" --speed 10
+
+say "In band with a script: play, pause (samples are held back), resume, seek, stop"
+"$client" broadband --media Samples/subtitles.mp4 --speed 10 \
+    --script "play; wait 1s; pause; wait 500ms; resume; wait 500ms; seek 40s; seek-done; wait 500ms; stop"
+
+say "The same track from a DASH manifest, as JSON (first three events)"
+"$client" broadband --media "$base/dash/manifest.mpd" --fast --json > build/demo.json
+head -n 3 build/demo.json | cut -c 1-160
+
+say "Done. '$client --help' tells the rest; './test.sh' runs the tests."
