@@ -1,6 +1,9 @@
 # Flags of every target of ours.
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    add_compile_options(-Wthread-safety)
+endif()
 if(TTML_WERROR)
     add_compile_options(-Werror)
 endif()

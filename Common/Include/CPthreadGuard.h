@@ -3,6 +3,14 @@
 
 #include <pthread.h>
 
+// A recursive mutex that is usable before, and even without, its initialisation: should that fail, the owner
+// that locks it twice must not wait for itself.
+#if defined(PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP)
+#define TTML_RECURSIVE_MUTEX_INITIALIZER PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP
+#else
+#define TTML_RECURSIVE_MUTEX_INITIALIZER PTHREAD_MUTEX_INITIALIZER
+#endif
+
 namespace TTML {
 
 // Holds a POSIX mutex for the length of a block.

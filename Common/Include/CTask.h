@@ -9,6 +9,7 @@
 #include <semaphore.h>
 
 #include "CCountedSemaphore.h"
+#include "CPthreadGuard.h"
 #include "ICallback.h"
 
 namespace TTML {
@@ -34,20 +35,21 @@ public:
     // unprocessed.
     void Connect(ICallback* processor, ICallback* cleanup);
 
-    // Starts the worker, named with the first 15 characters of `name` (null leaves it unnamed). Returns
-    // once the worker takes events; a running task is left as it is.
+    // Starts the worker, named with the first 15 characters of `name` (null leaves it the creator's name).
+    // Returns once the worker takes events; a running task is left as it is.
     void Start(const char* name);
 
     // Queues an event; a null one is a marker that ends the worker. While no worker runs and a cleanup
-    // callback is connected, only the 20 newest events are kept. Returns false, and the event stays the
-    // caller's, when the queue could not grow; a marker always finds room.
+    // callback is connected, only the 20 newest events are kept; without one all are. Returns false, and the
+    // event stays the caller's, when the queue could not grow; a marker always finds room.
     bool SendEvent(void* event);
 
     // Has the worker handle what is queued and waits for its end. On a task without a worker everything
     // queued goes to the cleanup callback.
     void Stop();
 
-    // Waits until every event posted before the call has been processed.
+    // Waits until every event posted before the call has been processed. Returns at once, with a line on
+    // the log, when no worker runs or the system has no semaphore to wait on.
     void Reset();
 
     // Whether the task is being torn down.
@@ -94,7 +96,8 @@ private:
     void m_PostReset();
     void m_LeaveLoop();
     void m_PurgeMarkers();
-    void m_JoinWorker();
+    bool m_EndWorker();
+    int m_JoinWorker();
     void m_SetPreparing(bool preparing);
     void m_NameWorker(const char* name);
     void m_SetPhase(EStartPhase phase);
@@ -107,9 +110,9 @@ private:
     pthread_t m_thread{};
     pthread_cond_t m_queueCondition = PTHREAD_COND_INITIALIZER;
     pthread_mutexattr_t m_queueMutexAttribute{};
-    pthread_mutex_t m_queueMutex = PTHREAD_MUTEX_INITIALIZER; // recursive
-    std::deque<void*> m_queue;                                // guarded by m_queueMutex
-    std::atomic<bool> m_bResetPending{false};                 // a reset marker is on its way
+    pthread_mutex_t m_queueMutex = TTML_RECURSIVE_MUTEX_INITIALIZER;
+    std::deque<void*> m_queue;                // guarded by m_queueMutex
+    std::atomic<bool> m_bResetPending{false}; // a reset marker is on its way
     sem_t m_resetSemaphore{};
     bool m_bTaskIgnored = false; // guarded by m_ignoreMutex
     pthread_mutex_t m_ignoreMutex = PTHREAD_MUTEX_INITIALIZER;

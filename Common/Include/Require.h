@@ -5,8 +5,8 @@ extern "C" {
 // The C library's own way to stop on a failed assertion. <cassert> hides it in builds with NDEBUG, in
 // which the process has to stop just the same.
 // NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
-[[noreturn]] void __assert_fail(const char* expression, const char* file, unsigned int line,
-                                const char* function) noexcept;
+__attribute__((noreturn)) void __assert_fail(const char* expression, const char* file, unsigned int line,
+                                             const char* function) noexcept;
 }
 
 namespace TTML {

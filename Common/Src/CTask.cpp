@@ -151,35 +151,40 @@ bool CTask::SendEvent(void* event)
 void CTask::Stop()
 {
     TTML_LOG_SCOPE();
+    if (m_EndWorker()) {
+        return;
+    }
+    // Outside the lifecycle mutex: the cleanup callback may use the task.
+    const std::size_t size = m_QueueSize();
+    TTML_LOGI("Task is neither running nor in preparation stage! Q Size=[%zu]", size);
+    if (size > 0) {
+        m_Clear(true);
+    }
+}
+
+// Ends and joins the worker. False when there is none to end.
+bool CTask::m_EndWorker()
+{
     // Held across the join, so that of two Stops only one joins and the other returns after it, and so
     // that no Start creates a worker which this call's marker would end.
     const CPthreadGuard lifecycle(&m_lifecycleMutex);
     if (!m_IsRunning() && !m_IsPreparing()) {
-        const std::size_t size = m_QueueSize();
-        TTML_LOGI("Task is neither running nor in preparation stage! Q Size=[%zu]", size);
-        if (size > 0) {
-            m_Clear(true);
-        }
         m_JoinWorker();
-        return;
+        return false;
     }
     SendEvent(nullptr);
-    m_bJoinable = false;
-    const int result = pthread_join(m_thread, nullptr);
+    const int result = m_JoinWorker();
     if (result != 0) {
         char buffer[128] = {};
         TTML_LOGW("pthread_join FAILED with errorCode: [%d][%s]!", result,
                   ErrorText(strerror_r(result, buffer, sizeof(buffer)), buffer));
-        // A thread that could not be joined may still use the task, which its owner will destroy next.
-        if (pthread_equal(pthread_self(), m_thread) == 0) {
-            m_AwaitPhaseAfter(START_LOOPING);
-        }
     }
     TTML_LOGI("After pthread_join");
     m_SetPreparing(false);
     // The worker may have been ended by another marker than ours, which would end the next worker.
     const CPthreadGuard queue(&m_queueMutex);
     m_PurgeMarkers();
+    return true;
 }
 
 void CTask::Reset()
@@ -232,10 +237,11 @@ void CTask::m_Clear(bool all)
     for (;;) {
         void* event = nullptr;
         {
-            // The size is tested again for each entry: another thread may be trimming too, and an empty
-            // queue must not be popped.
+            // Both are tested again for each entry: another thread may be trimming too, and an empty queue
+            // must not be popped; and a worker may have been started, whose events and markers a belated
+            // trim would take away.
             const CPthreadGuard queue(&m_queueMutex);
-            if (m_queue.size() <= limit) {
+            if (m_queue.size() <= limit || m_bConsuming) {
                 return;
             }
             event = m_Pop();
@@ -323,6 +329,7 @@ bool CTask::m_Push(void* event)
         m_queue.push_back(event);
     } catch (const std::bad_alloc&) {
         if (event != nullptr) {
+            // The poster keeps the event: dropped here it would leak, and nobody would know that it is lost.
             return false;
         }
         // A marker that got lost would leave a Stop or Reset waiting for ever.
@@ -358,13 +365,20 @@ void CTask::m_PurgeMarkers()
     m_nUnqueuedBehind = 0;
 }
 
-// Joins a worker that has ended by itself. The caller holds the lifecycle mutex.
-void CTask::m_JoinWorker()
+// Joins a worker that is not joined yet; returns the result of the system's call, 0 when there is none. The
+// caller holds the lifecycle mutex.
+int CTask::m_JoinWorker()
 {
-    if (m_bJoinable) {
-        m_bJoinable = false;
-        pthread_join(m_thread, nullptr);
+    if (!m_bJoinable) {
+        return 0;
     }
+    m_bJoinable = false;
+    const int result = pthread_join(m_thread, nullptr);
+    if (result != 0 && pthread_equal(pthread_self(), m_thread) == 0) {
+        // A thread that could not be joined may still use the task, which its owner will destroy next.
+        m_AwaitPhaseAfter(START_LOOPING);
+    }
+    return result;
 }
 
 void CTask::m_SetPhase(EStartPhase phase)
@@ -415,6 +429,7 @@ void CTask::m_Execute()
     for (;;) {
         void* const entry = m_WaitForEntry();
         if (entry != nullptr) {
+            // Without a processor nobody knows what the event is, so it is skipped and not freed.
             if (m_pProcessor != nullptr) {
                 m_pProcessor->Invoke(entry);
             }

@@ -25,9 +25,10 @@ public:
     virtual void Destroy() = 0;
 
     // Fetches the whole document at `url` and returns it as a zero-terminated text, to be released with
-    // ReleaseText(); null on any failure. Blocks until the document is complete or the fetch has failed.
-    // `userAgent` is sent as it stands. `*length` is 0 on entry and receives the length of the text in
-    // bytes without the terminating zero.
+    // ReleaseText(); null on any failure. An empty document is an empty text. The source layer reads up to
+    // the first zero byte. Blocks until the document is complete or the fetch has failed. `userAgent` is
+    // never null, may be empty, and is sent as it stands. `*length` is 0 on entry and receives the length of
+    // the text in bytes without the terminating zero.
     virtual char* Fetch(const char* url, const char* userAgent, unsigned long* length) = 0;
 
     // Releases a text returned by Fetch().
@@ -48,8 +49,8 @@ protected:
 TTML_PLATFORM_EXPORT long long ConvertTimeExpressionToMS(const std::string& expression, double frameRate,
                                                          int tickRate);
 
-// A clock in milliseconds that does not go back while the process runs, from an origin of the platform's
-// choice, modulo 2^32. Any thread; does not throw.
+// A clock in milliseconds from an origin of the platform's choice, modulo 2^32: it wraps after 49.7 days and
+// does not go back otherwise. Any thread; does not throw.
 TTML_PLATFORM_EXPORT std::uint32_t TTMLGetTimeofDay();
 
 } // namespace TTML

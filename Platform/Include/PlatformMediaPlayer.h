@@ -14,10 +14,9 @@ struct player_s;
 #define PLATFORM_PLAYER_STREAMING_INFO_IS_LIVE 19
 
 extern "C" {
-// All three calls are made on the client's rendering thread, may be made from several threads at once and
-// at the rate of the display, return 0 on success and an error code otherwise, and must not throw or call
-// back into the source layer. The pointed-to value stays the caller's; its content after a failure is
-// unspecified.
+// All three calls may come on any thread, on several at once, and at the rate of the display. They return 0
+// on success and an error code otherwise, and must not throw or call back into the source layer. The
+// pointed-to value stays the caller's; its content after a failure is unspecified.
 
 // Current play position in milliseconds, on the stream's own scale.
 TTML_PLATFORM_EXPORT int player_get_play_position_ex(player_s* player, long long* positionMs);

@@ -17,12 +17,13 @@ public:
     // and must outlive the source.
     static CBBSource* Create(player_s* pMMPlayer, const char* pUserAgent);
 
+    // For Create(), which also hands over the user agent.
     explicit CBBSource(player_s* pMMPlayer);
     ~CBBSource() override;
 
     // The player's position in milliseconds, for a live DASH stream relative to the stream's base time
-    // (and so possibly negative). Returns 0 on success and 1 on failure; after a failure the value is
-    // whatever was learned before it.
+    // (and so possibly negative). Returns 0 on success and 1 on failure, a null pointer among them; when a
+    // later query of the player fails, the position itself stays in the value.
     int GetVideoCurrentTime(long long* pTimeInMS) override;
     int GetSubtitleMode() override;
 

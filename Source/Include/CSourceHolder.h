@@ -19,6 +19,7 @@ public:
     static ITTMLSource* GetSource();
     static void SetSource(ITTMLSource* pSource);
 
+    // What GetSource() and SetSource() reach safely from several threads; itself a plain pointer.
     static ITTMLSource* s_Source;
 };
 

@@ -29,7 +29,8 @@ public:
     int GetSubtitleMode() override;
 
     // Hands the user agent of later requests to the source; the text is copied. The creator of a source
-    // calls it once, before OnStart(). Returns false when the source has no thread.
+    // calls it once, before OnStart(). A null text is refused with a line on the log, and the old one
+    // stays. Returns false when the source has no thread.
     virtual bool t_Initialize(const char* userAgent);
 
 protected:
@@ -37,7 +38,9 @@ protected:
     virtual void t_Destroy();
 
 public:
-    // Deletes the source. Its threads are stopped and joined; no callback is made after the return.
+    // Deletes the source: carries out the commands that are still queued, with their callbacks, waits for a
+    // fetch under way, and ends the threads. No callback is made after the return. Not from inside a
+    // client callback, and not while another thread is inside an operation of the source.
     virtual void Destroy();
 
     void Invalidate() override;
@@ -58,11 +61,13 @@ public:
 
     // Has `handler` called on the source thread with code 14 and `data`. Any thread. `data` stays with
     // the handler, which disposes of it. Returns false, and `data` stays the caller's, when the call
-    // could not be queued.
+    // could not be queued. A handler still queued when the source is destroyed is not called: who posts
+    // must be able to dispose of its data then. The process stops when there is no memory for the call.
     virtual bool SendEventToSourceThread(void* data, SourceCallbackFunc handler);
 
 protected:
-    // For derived sources. Playing runs at once on the calling thread; stopping is queued.
+    // For derived sources. Playing runs at once on the calling thread, where it may wait for the in-band
+    // thread of an earlier track to end; stopping is queued.
     virtual void t_NotifyPlayTrack();
     virtual void t_NotifyStopTrack();
     virtual void t_NotifyRegisterMenuCB();

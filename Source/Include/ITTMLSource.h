@@ -18,12 +18,12 @@ public:
     // registration in place, when `callback` is null or the source has no thread.
     virtual bool RegisterCallBack(void (*callback)(int event, void* data), void* userData) = 0;
 
-    // Removes callback and user data. Any thread. A callback that is already being made ends on its own:
-    // call StopTrack() and OnStop() first to know that none is.
+    // Removes callback and user data. Any thread. A callback that is already being made ends on its own;
+    // after Invalidate() no data or notice of a track is under way any more, and after Destroy() nothing is.
     virtual void UnRegisterCallBack() = 0;
 
     // Writes the current media time in milliseconds, as the client renders against it. Any thread.
-    // Returns 0 on success and non-zero on failure.
+    // Returns 0 on success and non-zero on failure, a null pointer among them.
     virtual int GetVideoCurrentTime(long long* pTimeInMS) = 0;
 
     // The names of fonts that could not be downloaded; filled only while the callback with code 13 runs,

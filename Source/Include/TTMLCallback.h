@@ -5,7 +5,9 @@ namespace TTML {
 
 // The client's callback, and the type of a function that is run on the source thread.
 //
-// A client callback must not throw, and must not call OnStart, OnStop, Invalidate or Destroy of its source.
+// A client callback must not throw, and must not call OnStart, OnStop, Invalidate or Destroy of its source,
+// nor wait for a thread that does: code 2 may come while the source holds its track. Codes 1 to 4, 6 and 7
+// come on the source thread, unless it is said otherwise.
 typedef void (*SourceCallbackFunc)(int code, void* data);
 
 // What the client's callback is called with. Unless another payload is named, `data` is the user data
@@ -16,10 +18,14 @@ enum ECallbackCode
     // thread that brings the data: the source thread for a document at a URL, the thread "Inband" for
     // samples, the platform's thread for broadcast data.
     CALLBACK_DATA = 0,
-    // A track started; `data` is a const TTMLStartNotice*, valid during the call.
+    // A track started; `data` is a const TTMLStartNotice*, valid during the call. For a broadcast source
+    // this and the stop inside a play may come on the platform's thread.
     CALLBACK_STARTED = 1,
+    // A track stopped.
     CALLBACK_STOPPED = 2,
+    // A playing track paused.
     CALLBACK_PAUSED = 3,
+    // A paused track resumed.
     CALLBACK_RESUMED = 4,
     // The source was invalidated; on the thread that called Invalidate().
     CALLBACK_INVALIDATED = 5,

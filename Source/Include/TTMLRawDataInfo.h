@@ -7,7 +7,7 @@
 namespace TTML {
 
 // One piece of subtitle data with its timing, delivered with callback code 0. The client owns a record
-// from that call on and disposes of it with `delete`.
+// from that call on and disposes of it with `delete`, on any thread.
 struct TTMLRawDataInfo
 {
     // Index of an in-band sample as the player counts it; 0 for other data.
@@ -23,10 +23,11 @@ struct TTMLRawDataInfo
     std::int64_t segStartTimeMs = 0;
     std::int64_t segEndTimeMs = 0;
 
-    // The third argument of the PlayTrack() in force at delivery.
+    // The last track descriptor that was not null among the PlayTrack() calls made before delivery.
     std::string trackDescriptor;
 
-    // The TTML document or segment.
+    // The TTML document or segment, in the bytes in which it came (UTF-8 for samples and documents, which
+    // end at their first zero byte); may be empty.
     std::string data;
 
     // A second payload: the image that came with an ATSC 3.0 caption.

@@ -37,6 +37,8 @@ public:
     void Resume();
     // Ends the thread; samples queued ahead of the call are dropped.
     void StopInbandData();
+    // Whether the thread runs.
+    bool HasThread() { return t_HasWorker(); }
 
 private:
     bool m_Initialize();
@@ -45,12 +47,12 @@ private:
     void m_CleanupCb(void* record);
     void m_SetStopping(bool stopping);
 
-    IMutex* m_pMutex;         // guards m_bStopping and m_nTrackId; null when it could not be created
-    bool m_bStopping = false; // samples are dropped
-    unsigned int m_nTrackId = 0;
+    IMutex* m_pMutex;                     // guards the next two; null when it could not be created
+    std::atomic<bool> m_bStopping{false}; // samples are dropped
+    std::atomic<unsigned int> m_nTrackId{0};
     std::atomic<bool> m_bFrozen{false};
     pthread_mutexattr_t m_freezeMutexAttribute{};
-    pthread_mutex_t m_freezeMutex = PTHREAD_MUTEX_INITIALIZER; // recursive; taken before m_pMutex
+    pthread_mutex_t m_freezeMutex = TTML_RECURSIVE_MUTEX_INITIALIZER; // taken before m_pMutex
     sem_t m_freezeSemaphore{};
     void* m_pUserData;
     void (*m_pDeliver)(void* rawDataInfo, void* userData);

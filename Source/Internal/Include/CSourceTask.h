@@ -29,8 +29,8 @@ enum ETrackState
 // The source thread of one source: commands become events, handled one at a time on the thread "Source",
 // and notices and data go to the client's callback.
 //
-// Any thread may call the public operations, except StopSourceThread() and Invalidate() on the source
-// thread or inside a client callback. No operation but the constructor throws.
+// Any thread may call the public operations, except StartSourceThread(), StopSourceThread() and Invalidate()
+// on the source thread or inside a client callback. No operation but the constructor throws.
 class CSourceTask : public CTask
 {
 public:
@@ -55,7 +55,7 @@ public:
     unsigned int SeekCompleted();
 
     // Has `func(14, data)` called on the source thread. Returns false, and `data` stays the caller's, when
-    // it could not be queued.
+    // it could not be queued. Not called any more when the task is destroyed first.
     bool SendEventToSourceThread(void* data, SourceCallbackFunc func);
 
     // These run at once on the calling thread.
@@ -94,7 +94,7 @@ private:
     bool m_AddToQueue(void* record);
     unsigned int m_Post(std::unique_ptr<SourceHeader> record);
     unsigned int m_PostHeader(int type);
-    void m_SetErrorState();
+    void m_SetErrorState(unsigned int epoch);
     void m_ProcessQueue(void* record);
     void m_SendRawData(void* record);
 
@@ -111,12 +111,13 @@ private:
     void m_SeekStart(SourceSeekData* pSourceSeekData);
     void m_SeekCompleted();
 
-    // The track's state as a handler found it, and the invalidation count that goes with it.
+    // The track's state as a handler found it, and the counts of invalidations and plays that go with it.
     struct STrackState
     {
         int state;
         int stateBeforePause;
         unsigned int epoch;
+        unsigned int plays;
     };
 
     STrackState m_GetTrackState();
@@ -124,6 +125,7 @@ private:
     void m_StartInband(unsigned int trackId, unsigned int epoch);
     bool m_IsInband();
     bool m_SetTrackState(int state, unsigned int epoch);
+    void m_InvalidateTrack();
 
     bool m_GetPlayerSubtitleDataOutband(const char* url, const char* userAgent);
 
@@ -142,7 +144,8 @@ private:
     CInbandData* m_pInbandData = nullptr; // null when it could not be created
 
     CLeafLock m_leafLock;
-    unsigned int m_nEpoch = 0; // counts invalidations; changed under m_pTaskMutex
+    std::atomic<unsigned int> m_nEpoch{0}; // counts invalidations; changed under m_pTaskMutex
+    std::atomic<unsigned int> m_nPlays{0}; // counts accepted plays; changed under m_pTaskMutex
 };
 
 } // namespace TTML

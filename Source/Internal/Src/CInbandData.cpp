@@ -73,13 +73,12 @@ void CInbandData::m_Destroy()
 void CInbandData::Start(unsigned int trackId)
 {
     TTML_LOG_SCOPE();
-    {
+    // Held to the end: behind a stop under way, the new thread would still find samples to be dropped.
+    const CPthreadGuard freeze(&m_freezeMutex);
+    if (!t_HasWorker()) {
         // A pause that came between the end of one thread and the start of the next may have left the
         // queue frozen, with no resume to come: the new track would never show a caption.
-        const CPthreadGuard freeze(&m_freezeMutex);
-        if (!t_HasWorker()) {
-            m_bFrozen = false;
-        }
+        m_bFrozen = false;
     }
     {
         const TTML::Lock lock(m_pMutex);
@@ -149,11 +148,12 @@ void CInbandData::StopInbandData()
     TTML_LOG_SCOPE();
     // Held to the end, so that nobody can freeze the thread again before it is joined.
     const CPthreadGuard freeze(&m_freezeMutex);
+    // Set before the thread is let go: a sample that it holds for a paused track must not slip out.
+    m_SetStopping(true);
     if (m_bFrozen) {
         TTML_LOGI("Inband data thread is in paused mode, un-freezing it");
         Resume();
     }
-    m_SetStopping(true);
     CTask::Stop();
     m_SetStopping(false);
 }

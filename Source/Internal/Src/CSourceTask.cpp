@@ -138,6 +138,7 @@ unsigned int CSourceTask::PlayTrack(unsigned int trackId, const char* url, const
 unsigned int CSourceTask::PauseTrack(bool argument)
 {
     TTML_LOG_SCOPE();
+    const unsigned int epoch = m_nEpoch;
     std::unique_ptr<SourcePauseData> record(new (std::nothrow) SourcePauseData);
     if (!record) {
         return RESULT_FAILED;
@@ -146,7 +147,7 @@ unsigned int CSourceTask::PauseTrack(bool argument)
     record->type = SOURCE_EVENT_PAUSE;
     const unsigned int result = m_Post(std::move(record));
     if (result != RESULT_OK) {
-        m_SetErrorState();
+        m_SetErrorState(epoch);
     }
     return result;
 }
@@ -154,13 +155,14 @@ unsigned int CSourceTask::PauseTrack(bool argument)
 unsigned int CSourceTask::ResumeTrack()
 {
     TTML_LOG_SCOPE();
+    const unsigned int epoch = m_nEpoch;
     std::unique_ptr<SourceHeader> record(new (std::nothrow) SourceHeader(SOURCE_EVENT_RESUME));
     if (!record) {
         return RESULT_FAILED;
     }
     const unsigned int result = m_Post(std::move(record));
     if (result != RESULT_OK) {
-        m_SetErrorState();
+        m_SetErrorState(epoch);
     }
     return result;
 }
@@ -227,12 +229,17 @@ bool CSourceTask::m_AddToQueue(void* record)
     return record != nullptr && SendEvent(record);
 }
 
-void CSourceTask::m_SetErrorState()
+// Sets the error state, unless the track was invalidated since `epoch`.
+void CSourceTask::m_SetErrorState(unsigned int epoch)
 {
     // Not waited for: this may run in a client callback on the in-band thread, which a play that holds the
-    // task mutex is just joining.
+    // task mutex is just joining. Without the mutex an invalidation may come at any point; it raises the
+    // count before it sets the state, so that one of the two tests sees it.
     const bool locked = m_pTaskMutex != nullptr && m_pTaskMutex->TryLock(0);
-    m_nTrackState = TRACK_ERROR;
+    int state = m_nTrackState;
+    if (epoch == m_nEpoch && m_nTrackState.compare_exchange_strong(state, TRACK_ERROR) && epoch != m_nEpoch) {
+        m_nTrackState = TRACK_INVALID;
+    }
     if (locked) {
         m_pTaskMutex->Unlock();
     }
@@ -499,12 +506,14 @@ bool CSourceTask::m_GetPlayerSubtitleDataOutband(const char* url, const char* us
 // The track. Commands are handled on the source thread; NotifyPlayTrack, NotifyStopTrack, StartSourceThread
 // and Invalidate run on other threads at the same time. A handler remembers the invalidation count with
 // the state it found and changes nothing once the count has moved on: otherwise a handler that Invalidate
-// overtook would set the track playing again, with nobody left to stop it.
+// overtook would set the track playing again, with nobody left to stop it. In the same way a stop does not
+// end a track that was played while the stop was under way. A null in-band queue (there was no memory for
+// it) is skipped: the track's states and notices go on without data.
 
 CSourceTask::STrackState CSourceTask::m_GetTrackState()
 {
     const TTML::Lock lock(m_pTaskMutex);
-    return {m_nTrackState, m_nStateBeforePause, m_nEpoch};
+    return {m_nTrackState, m_nStateBeforePause, m_nEpoch, m_nPlays};
 }
 
 bool CSourceTask::m_SetTrackState(int state, unsigned int epoch)
@@ -585,16 +594,19 @@ bool CSourceTask::m_AcceptPlay(unsigned int* pEpoch)
     switch (found.state) {
     case TRACK_PLAYING:
         m_StopTrack();
+        ++m_nPlays;
         return true;
     case TRACK_PAUSED:
         if (found.stateBeforePause == TRACK_PLAYING) {
             // The track stays stopped, with the play pending: it is not put back to paused.
             m_StopTrack();
             m_bPlayPending = true;
+            ++m_nPlays;
             return true;
         }
         if (found.stateBeforePause == TRACK_STOPPED) {
             m_bPlayPending = true;
+            ++m_nPlays;
             return true;
         }
         TTML_LOGW("Not a proper state to play, state:[%d] stateBeforePause:[%d]", found.state,
@@ -602,6 +614,7 @@ bool CSourceTask::m_AcceptPlay(unsigned int* pEpoch)
         return false;
     case TRACK_STOPPED:
         m_nTrackState = TRACK_PLAYING;
+        ++m_nPlays;
         return true;
     default:
         TTML_LOGW("Not a proper state to play, state:[%d]", found.state);
@@ -621,6 +634,10 @@ void CSourceTask::m_StartInband(unsigned int trackId, unsigned int epoch)
 unsigned int CSourceTask::m_StartTrack(unsigned int epoch)
 {
     TTML_LOG_SCOPE();
+    if (epoch != m_nEpoch) {
+        // Invalidated meanwhile: a start notice behind the invalidation's would never be followed by a stop.
+        return RESULT_FAILED;
+    }
     const SClient client = m_GetClient();
     if (client.function == nullptr) {
         TTML_LOGW("No call back function to be called");
@@ -651,15 +668,18 @@ void CSourceTask::m_StopTrack()
     if (!m_Notify(CALLBACK_STOPPED)) {
         TTML_LOGW("No call back function registered for StopNotify");
     }
-    m_SetTrackState(TRACK_STOPPED, found.epoch);
+    const TTML::Lock lock(m_pTaskMutex);
+    if (found.plays == m_nPlays) {
+        m_SetTrackState(TRACK_STOPPED, found.epoch);
+    }
 }
 
 void CSourceTask::m_PauseTrack(SourcePauseData* pSourcePauseData)
 {
     TTML_LOG_SCOPE();
     if (pSourcePauseData == nullptr) {
+        // The record holds nothing that is needed.
         TTML_LOGW("pSourcePauseData is NULL");
-        return;
     }
     {
         const TTML::Lock lock(m_pTaskMutex);
@@ -700,7 +720,9 @@ void CSourceTask::m_ResumeTrack()
         m_bPlayPending = false;
     } else {
         TTML_LOGI("Reverting back to the original state (before Pause):[%d]", found.stateBeforePause);
-        m_SetTrackState(found.stateBeforePause, found.epoch);
+        if (!m_SetTrackState(found.stateBeforePause, found.epoch)) {
+            return;
+        }
         if (found.stateBeforePause != TRACK_PLAYING) {
             TTML_LOGI("No playback data is received yet. So, there is nothing to resume. Returning.");
             return;
@@ -755,17 +777,25 @@ void CSourceTask::m_SeekCompleted()
 unsigned int CSourceTask::Invalidate()
 {
     TTML_LOG_SCOPE();
-    {
-        const TTML::Lock lock(m_pTaskMutex);
-        m_nTrackState = TRACK_INVALID;
-        ++m_nEpoch;
-    }
+    m_InvalidateTrack();
     if (m_pInbandData != nullptr) {
         m_pInbandData->StopInbandData();
     }
     StopSourceThread();
+    // An OnStart in between may have let a queued play through.
+    m_InvalidateTrack();
+    if (m_pInbandData != nullptr && m_pInbandData->HasThread()) {
+        m_pInbandData->StopInbandData();
+    }
     m_Notify(CALLBACK_INVALIDATED);
     return RESULT_OK;
+}
+
+void CSourceTask::m_InvalidateTrack()
+{
+    const TTML::Lock lock(m_pTaskMutex);
+    ++m_nEpoch;
+    m_nTrackState = TRACK_INVALID;
 }
 
 } // namespace TTML
