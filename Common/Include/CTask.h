@@ -64,9 +64,6 @@ public:
     bool m_IsPreparing();
 
 protected:
-    // For destructors of derived classes, whose members the worker uses: ends a worker, as the base
-    // destructor would do too late. The worker must be able to end.
-    void t_EndWorker();
     // Whether a worker runs; without a log line.
     bool t_HasWorker();
     // Removes and returns the oldest event that no worker will take any more, null when there is none.
@@ -93,13 +90,10 @@ private:
     std::size_t m_QueueSize();
     void* m_WaitForEntry();
     bool m_TakeResetMarker();
-    void m_PostReset();
-    void m_LeaveLoop();
+    bool m_LeaveLoop();
     void m_PurgeMarkers();
-    bool m_EndWorker();
     int m_JoinWorker();
     void m_SetPreparing(bool preparing);
-    void m_NameWorker(const char* name);
     void m_SetPhase(EStartPhase phase);
     void m_AwaitPhaseAfter(EStartPhase phase);
 

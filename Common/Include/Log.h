@@ -74,6 +74,12 @@ private:
 #define TTML_LOGW(...) TTML_LOG_LINE(PLATFORM_LOG_WARNING, "\033[01;33m", "\033[0m", __VA_ARGS__)
 #define TTML_LOGE(...) TTML_LOG_LINE(PLATFORM_LOG_ERROR, "\033[01;31m", "\033[0m", __VA_ARGS__)
 
+// A warning without arguments that a helper writes for the operation that called it.
+#define TTML_LOGW_FOR(function, message)                                                                     \
+    __dlog_print(PLATFORM_LOG_MAIN, PLATFORM_LOG_WARNING, TTML_LOG_TAG,                                      \
+                 TTML_LOG_PREFIX "\033[01;33m" message "\033[0m]",                                           \
+                 TTML_LOG_ARGUMENTS(::TTML::LogFileName(__FILE__), function, __LINE__))
+
 #define TTML_LOG_SCOPE() const ::TTML::CLogScope logScope(::TTML::LogFileName(__FILE__), __func__, __LINE__)
 
 #endif

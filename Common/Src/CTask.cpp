@@ -43,7 +43,11 @@ CTask::CTask()
 CTask::~CTask()
 {
     TTML_LOG_SCOPE();
-    t_EndWorker();
+    if (m_IsRunning() || m_IsPreparing()) {
+        TTML_LOGI("Task still running. Stopping now.");
+        SetTaskState(true);
+        Stop();
+    }
     {
         // A worker that a marker from outside ended is still to be joined, or its stack would leak.
         const CPthreadGuard lifecycle(&m_lifecycleMutex);
@@ -115,7 +119,12 @@ void CTask::Start(const char* name)
     }
     m_bJoinable = true;
     if (name != nullptr) {
-        m_NameWorker(name);
+        char text[THREAD_NAME_SIZE] = {};
+        std::strncpy(text, name, sizeof(text) - 1);
+        if (std::strlen(name) > sizeof(text) - 1) {
+            TTML_LOGW("Name [%s] is too long", name);
+        }
+        pthread_setname_np(m_thread, text);
     }
     m_SetPreparing(true);
     // The worker was held until here, so that its first line on the log carries its name and so that it
@@ -123,16 +132,6 @@ void CTask::Start(const char* name)
     // a real barrier: it would find no running task otherwise and return at once.
     m_SetPhase(START_NAMED);
     m_AwaitPhaseAfter(START_NAMED);
-}
-
-void CTask::m_NameWorker(const char* name)
-{
-    char text[THREAD_NAME_SIZE] = {};
-    std::strncpy(text, name, sizeof(text) - 1);
-    if (std::strlen(name) > sizeof(text) - 1) {
-        TTML_LOGW("Name [%s] is too long", name);
-    }
-    pthread_setname_np(m_thread, text);
 }
 
 bool CTask::SendEvent(void* event)
@@ -151,8 +150,26 @@ bool CTask::SendEvent(void* event)
 void CTask::Stop()
 {
     TTML_LOG_SCOPE();
-    if (m_EndWorker()) {
-        return;
+    {
+        // Held across the join, so that of two Stops only one joins and the other returns after it, and so
+        // that no Start creates a worker which this call's marker would end.
+        const CPthreadGuard lifecycle(&m_lifecycleMutex);
+        if (m_IsRunning() || m_IsPreparing()) {
+            SendEvent(nullptr);
+            const int result = m_JoinWorker();
+            if (result != 0) {
+                char buffer[128] = {};
+                TTML_LOGW("pthread_join FAILED with errorCode: [%d][%s]!", result,
+                          ErrorText(strerror_r(result, buffer, sizeof(buffer)), buffer));
+            }
+            TTML_LOGI("After pthread_join");
+            m_SetPreparing(false);
+            // The worker may have been ended by another marker than ours, which would end the next worker.
+            const CPthreadGuard queue(&m_queueMutex);
+            m_PurgeMarkers();
+            return;
+        }
+        m_JoinWorker();
     }
     // Outside the lifecycle mutex: the cleanup callback may use the task.
     const std::size_t size = m_QueueSize();
@@ -160,31 +177,6 @@ void CTask::Stop()
     if (size > 0) {
         m_Clear(true);
     }
-}
-
-// Ends and joins the worker. False when there is none to end.
-bool CTask::m_EndWorker()
-{
-    // Held across the join, so that of two Stops only one joins and the other returns after it, and so
-    // that no Start creates a worker which this call's marker would end.
-    const CPthreadGuard lifecycle(&m_lifecycleMutex);
-    if (!m_IsRunning() && !m_IsPreparing()) {
-        m_JoinWorker();
-        return false;
-    }
-    SendEvent(nullptr);
-    const int result = m_JoinWorker();
-    if (result != 0) {
-        char buffer[128] = {};
-        TTML_LOGW("pthread_join FAILED with errorCode: [%d][%s]!", result,
-                  ErrorText(strerror_r(result, buffer, sizeof(buffer)), buffer));
-    }
-    TTML_LOGI("After pthread_join");
-    m_SetPreparing(false);
-    // The worker may have been ended by another marker than ours, which would end the next worker.
-    const CPthreadGuard queue(&m_queueMutex);
-    m_PurgeMarkers();
-    return true;
 }
 
 void CTask::Reset()
@@ -299,15 +291,6 @@ bool CTask::t_HasWorker()
 {
     const CPthreadGuard state(&m_stateMutex);
     return m_nRunningThreadId != 0;
-}
-
-void CTask::t_EndWorker()
-{
-    if (m_IsRunning() || m_IsPreparing()) {
-        TTML_LOGI("Task still running. Stopping now.");
-        SetTaskState(true);
-        Stop();
-    }
 }
 
 void* CTask::t_TakeUnhandled()
@@ -433,12 +416,19 @@ void CTask::m_Execute()
             if (m_pProcessor != nullptr) {
                 m_pProcessor->Invoke(entry);
             }
-        } else if (!m_TakeResetMarker()) {
+            continue;
+        }
+        if (!m_TakeResetMarker()) {
             break;
+        }
+        if (!m_resetSignal.Post()) {
+            TTML_LOGE("Error returned by sem_post");
         }
     }
     TTML_LOGI("Task: Stop task event: stopping infinite loop.");
-    m_LeaveLoop();
+    if (m_LeaveLoop() && !m_resetSignal.Post()) {
+        TTML_LOGE("Error returned by sem_post");
+    }
 }
 
 // Removes and returns the head entry, null for a marker; waits while there is none.
@@ -464,26 +454,18 @@ void* CTask::m_WaitForEntry()
 // no Reset is under way.
 bool CTask::m_TakeResetMarker()
 {
-    {
-        const CPthreadGuard queue(&m_queueMutex);
-        if (m_nResetMarkers == 0) {
-            return false;
-        }
-        --m_nResetMarkers;
-        m_bResetPending = m_nResetMarkers != 0;
+    const CPthreadGuard queue(&m_queueMutex);
+    if (m_nResetMarkers == 0) {
+        return false;
     }
-    m_PostReset();
+    --m_nResetMarkers;
+    m_bResetPending = m_nResetMarkers != 0;
     return true;
 }
 
-void CTask::m_PostReset()
-{
-    if (!m_resetSignal.Post()) {
-        TTML_LOGE("Error returned by sem_post");
-    }
-}
-
-void CTask::m_LeaveLoop()
+// Ends the running state. True when a Reset still waits for its marker: one from outside ended the loop ahead
+// of it, and it would wait for ever.
+bool CTask::m_LeaveLoop()
 {
     bool abandoned = false;
     {
@@ -493,14 +475,9 @@ void CTask::m_LeaveLoop()
         m_nResetMarkers = 0;
         m_bResetPending = false;
     }
-    {
-        const CPthreadGuard state(&m_stateMutex);
-        m_nRunningThreadId = 0;
-    }
-    if (abandoned) {
-        // A marker from outside ended the loop ahead of a Reset's, which would wait for ever.
-        m_PostReset();
-    }
+    const CPthreadGuard state(&m_stateMutex);
+    m_nRunningThreadId = 0;
+    return abandoned;
 }
 
 } // namespace TTML

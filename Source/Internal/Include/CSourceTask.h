@@ -92,15 +92,15 @@ private:
     void m_Destroy();
 
     bool m_AddToQueue(void* record);
-    unsigned int m_Post(std::unique_ptr<SourceHeader> record);
-    unsigned int m_PostHeader(int type);
+    unsigned int m_Post(std::unique_ptr<SourceHeader> record, const char* operation);
+    unsigned int m_PostHeader(int type, const char* operation);
     void m_SetErrorState(unsigned int epoch);
     void m_ProcessQueue(void* record);
     void m_SendRawData(void* record);
 
     SClient m_GetClient();
     bool m_Notify(int code);
-    void m_NotifyOrWarn(int code);
+    void m_NotifyOrWarn(int code, const char* operation);
 
     // The handlers of the track's commands.
     unsigned int m_PlayTrack(SourcePlayData* pSourcePlayData);
@@ -121,7 +121,7 @@ private:
     };
 
     STrackState m_GetTrackState();
-    bool m_AcceptPlay(unsigned int* pEpoch);
+    bool m_AcceptPlay(const STrackState& found);
     void m_StartInband(unsigned int trackId, unsigned int epoch);
     bool m_IsInband();
     bool m_SetTrackState(int state, unsigned int epoch);

@@ -35,7 +35,9 @@ CInbandData::~CInbandData()
             m_bFrozen = false;
             m_freezeSignal.Post();
         }
-        t_EndWorker();
+        TTML_LOGI("Task still running. Stopping now.");
+        SetTaskState(true);
+        CTask::Stop();
     }
     if (m_pMutex != nullptr) {
         m_pMutex->Destroy();

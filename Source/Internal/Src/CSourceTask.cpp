@@ -128,7 +128,7 @@ unsigned int CSourceTask::PlayTrack(unsigned int trackId, const char* url, const
             const TTML::Lock lock(m_pDataMutex);
             m_bInband = record->inBand;
         }
-        return m_Post(std::move(record));
+        return m_Post(std::move(record), __func__);
     } catch (const std::exception&) {
         // No memory for a text: the same as none for the record.
         return RESULT_FAILED;
@@ -145,7 +145,7 @@ unsigned int CSourceTask::PauseTrack(bool argument)
     }
     record->argument = argument;
     record->type = SOURCE_EVENT_PAUSE;
-    const unsigned int result = m_Post(std::move(record));
+    const unsigned int result = m_Post(std::move(record), __func__);
     if (result != RESULT_OK) {
         m_SetErrorState(epoch);
     }
@@ -160,7 +160,7 @@ unsigned int CSourceTask::ResumeTrack()
     if (!record) {
         return RESULT_FAILED;
     }
-    const unsigned int result = m_Post(std::move(record));
+    const unsigned int result = m_Post(std::move(record), __func__);
     if (result != RESULT_OK) {
         m_SetErrorState(epoch);
     }
@@ -170,7 +170,7 @@ unsigned int CSourceTask::ResumeTrack()
 unsigned int CSourceTask::StopTrack()
 {
     TTML_LOG_SCOPE();
-    return m_PostHeader(SOURCE_EVENT_STOP);
+    return m_PostHeader(SOURCE_EVENT_STOP, __func__);
 }
 
 unsigned int CSourceTask::SeekStart(long long position)
@@ -182,13 +182,13 @@ unsigned int CSourceTask::SeekStart(long long position)
     }
     record->position = position;
     record->type = SOURCE_EVENT_SEEK_START;
-    return m_Post(std::move(record));
+    return m_Post(std::move(record), __func__);
 }
 
 unsigned int CSourceTask::SeekCompleted()
 {
     TTML_LOG_SCOPE();
-    return m_PostHeader(SOURCE_EVENT_SEEK_COMPLETED);
+    return m_PostHeader(SOURCE_EVENT_SEEK_COMPLETED, __func__);
 }
 
 bool CSourceTask::SendEventToSourceThread(void* data, SourceCallbackFunc func)
@@ -200,22 +200,22 @@ bool CSourceTask::SendEventToSourceThread(void* data, SourceCallbackFunc func)
     pSourceData->data = data;
     pSourceData->function = func;
     pSourceData->type = SOURCE_EVENT_CALLBACK;
-    return m_Post(std::move(pSourceData)) == RESULT_OK;
+    return m_Post(std::move(pSourceData), __func__) == RESULT_OK;
 }
 
-unsigned int CSourceTask::m_PostHeader(int type)
+unsigned int CSourceTask::m_PostHeader(int type, const char* operation)
 {
     std::unique_ptr<SourceHeader> record(new (std::nothrow) SourceHeader(type));
     if (!record) {
         return RESULT_FAILED;
     }
-    return m_Post(std::move(record));
+    return m_Post(std::move(record), operation);
 }
 
-unsigned int CSourceTask::m_Post(std::unique_ptr<SourceHeader> record)
+unsigned int CSourceTask::m_Post(std::unique_ptr<SourceHeader> record, const char* operation)
 {
     if (!m_AddToQueue(record.get())) {
-        TTML_LOGW("Failed to add data in queue");
+        TTML_LOGW_FOR(operation, "Failed to add data in queue");
         return RESULT_FAILED;
     }
     // Owned by the queue from here on.
@@ -328,10 +328,10 @@ bool CSourceTask::m_Notify(int code)
     return true;
 }
 
-void CSourceTask::m_NotifyOrWarn(int code)
+void CSourceTask::m_NotifyOrWarn(int code, const char* operation)
 {
     if (!m_Notify(code)) {
-        TTML_LOGW("m_pCoreCBFunc is null!");
+        TTML_LOGW_FOR(operation, "m_pCoreCBFunc is null!");
     }
 }
 
@@ -356,19 +356,19 @@ void CSourceTask::OnHide()
 void CSourceTask::NotifyRegisterMenuCB()
 {
     TTML_LOG_SCOPE();
-    m_NotifyOrWarn(CALLBACK_REGISTER_MENU);
+    m_NotifyOrWarn(CALLBACK_REGISTER_MENU, __func__);
 }
 
 void CSourceTask::NotifyUnRegisterMenuCB()
 {
     TTML_LOG_SCOPE();
-    m_NotifyOrWarn(CALLBACK_UNREGISTER_MENU);
+    m_NotifyOrWarn(CALLBACK_UNREGISTER_MENU, __func__);
 }
 
 void CSourceTask::NotifySetMenuLang()
 {
     TTML_LOG_SCOPE();
-    m_NotifyOrWarn(CALLBACK_SET_MENU_LANG);
+    m_NotifyOrWarn(CALLBACK_SET_MENU_LANG, __func__);
 }
 
 // Data.
@@ -552,9 +552,22 @@ unsigned int CSourceTask::m_PlayTrack(SourcePlayData* pSourcePlayData)
         TTML_LOGW("pSourcePlayData is NULL");
         return RESULT_FAILED;
     }
-    unsigned int epoch = 0;
-    if (!m_AcceptPlay(&epoch)) {
-        return RESULT_FAILED;
+    STrackState found = {};
+    {
+        // Held across the stop of a running track, notice included, so that nobody else can take the track
+        // between its stop and its new start. The mutex is recursive: m_StopTrack takes it again.
+        const TTML::Lock lock(m_pTaskMutex);
+        found = m_GetTrackState();
+        TTML_LOGI("State is: [%d]", found.state);
+        if (!m_AcceptPlay(found)) {
+            if (found.state == TRACK_PAUSED) {
+                TTML_LOGW("Not a proper state to play, state:[%d] stateBeforePause:[%d]", found.state,
+                          found.stateBeforePause);
+            } else {
+                TTML_LOGW("Not a proper state to play, state:[%d]", found.state);
+            }
+            return RESULT_FAILED;
+        }
     }
     if (!pSourcePlayData->url.empty()) {
         TTML_LOGI("Out of band data, url : %s", pSourcePlayData->url.c_str());
@@ -574,52 +587,37 @@ unsigned int CSourceTask::m_PlayTrack(SourcePlayData* pSourcePlayData)
             return RESULT_FAILED;
         }
     } else {
-        m_StartInband(pSourcePlayData->trackId, epoch);
+        m_StartInband(pSourcePlayData->trackId, found.epoch);
         TTML_LOGI("in-band data, trackId : %d", static_cast<int>(pSourcePlayData->trackId));
     }
     if (m_bPlayPending) {
         return RESULT_OK;
     }
-    return m_StartTrack(epoch);
+    return m_StartTrack(found.epoch);
 }
 
-bool CSourceTask::m_AcceptPlay(unsigned int* pEpoch)
+// Takes the track for a play. False when its state allows none. The caller holds the task mutex.
+bool CSourceTask::m_AcceptPlay(const STrackState& found)
 {
-    // Held across the stop of a running track, notice included, so that nobody else can take the track
-    // between its stop and its new start. The mutex is recursive: m_StopTrack takes it again.
-    const TTML::Lock lock(m_pTaskMutex);
-    const STrackState found = m_GetTrackState();
-    *pEpoch = found.epoch;
-    TTML_LOGI("State is: [%d]", found.state);
-    switch (found.state) {
+    const bool isPaused = found.state == TRACK_PAUSED;
+    switch (isPaused ? found.stateBeforePause : found.state) {
     case TRACK_PLAYING:
+        // A paused track stays stopped, with the play pending: it is not put back to paused.
         m_StopTrack();
-        ++m_nPlays;
-        return true;
-    case TRACK_PAUSED:
-        if (found.stateBeforePause == TRACK_PLAYING) {
-            // The track stays stopped, with the play pending: it is not put back to paused.
-            m_StopTrack();
-            m_bPlayPending = true;
-            ++m_nPlays;
-            return true;
-        }
-        if (found.stateBeforePause == TRACK_STOPPED) {
-            m_bPlayPending = true;
-            ++m_nPlays;
-            return true;
-        }
-        TTML_LOGW("Not a proper state to play, state:[%d] stateBeforePause:[%d]", found.state,
-                  found.stateBeforePause);
-        return false;
+        break;
     case TRACK_STOPPED:
-        m_nTrackState = TRACK_PLAYING;
-        ++m_nPlays;
-        return true;
+        if (!isPaused) {
+            m_nTrackState = TRACK_PLAYING;
+        }
+        break;
     default:
-        TTML_LOGW("Not a proper state to play, state:[%d]", found.state);
         return false;
     }
+    if (isPaused) {
+        m_bPlayPending = true;
+    }
+    ++m_nPlays;
+    return true;
 }
 
 void CSourceTask::m_StartInband(unsigned int trackId, unsigned int epoch)
