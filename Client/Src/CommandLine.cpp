@@ -1,0 +1,56 @@
+#include "CommandLine.h"
+
+#include <iostream>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "BroadbandCommand.h"
+#include "Command.h"
+#include "CommonOptions.h"
+#include "Output.h"
+
+namespace TTMLClient {
+
+int RunCommandLine(int argc, const char* const* argv)
+{
+    CLI::App program("Plays TTML subtitles through the source layer and shows what a subtitle engine gets",
+                     "ttmlsrc");
+    program.set_version_flag("--version", "ttmlsrc " TTMLSRC_VERSION);
+    program.require_subcommand(1);
+    program.footer("Run 'ttmlsrc SUBCOMMAND --help' for its options and examples.\n"
+                   "Exit codes: 0 done, 1 nothing delivered or output failed, 2 wrong usage.\n"
+                   "TTML_LOG=info|warning|error|off sets how much of the log is shown on standard error.");
+
+    std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>> commands;
+    const auto add = [&program, &commands](std::unique_ptr<Command> command) {
+        CLI::App* declared = command->Declare(program);
+        commands.emplace_back(declared, std::move(command));
+    };
+    add(std::make_unique<BroadbandCommand>());
+
+    try {
+        program.parse(argc, argv);
+        for (const auto& [declared, command] : commands) {
+            if (declared->parsed()) {
+                command->Complete();
+                return command->Run();
+            }
+        }
+    } catch (const CLI::Success& success) {
+        // Help or the version was asked for.
+        return program.exit(success) == 0 ? EXIT_DONE : EXIT_FAILED;
+    } catch (const CLI::ParseError& error) {
+        PrintMessage(std::string(error.what()) + "; see ttmlsrc --help");
+        return EXIT_USAGE;
+    } catch (const UsageError& error) {
+        PrintMessage(std::string(error.what()) + "; see ttmlsrc --help");
+        return EXIT_USAGE;
+    }
+    return EXIT_USAGE;
+}
+
+} // namespace TTMLClient
