@@ -1,0 +1,214 @@
+#include "FaultInjection.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+#include <sched.h>
+
+#include <gtest/gtest.h>
+
+namespace TTMLTest {
+
+namespace {
+
+// The injection that is in force for a kind of call, and how many threads look at it just now. Constant
+// initialised, because memory is allocated before any constructor has run.
+struct Slot
+{
+    std::atomic<FaultInjection*> armed{nullptr};
+    std::atomic<unsigned int> inside{0};
+};
+
+Slot g_slots[static_cast<std::size_t>(Call::COUNT)];
+thread_local int t_pauseDepth = 0;
+
+Slot& SlotOf(Call kind)
+{
+    return g_slots[static_cast<std::size_t>(kind)];
+}
+
+int DefaultError(Call kind)
+{
+    switch (kind) {
+    case Call::THREAD_CREATE:
+        return EAGAIN;
+    case Call::NEW:
+    case Call::NEW_NOTHROW:
+    case Call::MUTEX_INIT:
+        return ENOMEM;
+    case Call::MUTEX_UNLOCK:
+        return EPERM;
+    case Call::COND_TIMEDWAIT:
+        return ETIMEDOUT;
+    case Call::SEM_INIT:
+        return ENOSYS;
+    case Call::SEM_POST:
+        return EOVERFLOW;
+    default:
+        return EINVAL;
+    }
+}
+
+} // namespace
+
+FaultInjection::FaultInjection(Call kind, unsigned int first, unsigned int count, FaultScope scope, int error)
+    : m_kind(kind)
+    , m_first(first)
+    , m_count(count)
+    , m_error(error != 0 ? error : DefaultError(kind))
+    , m_thread(scope == FaultScope::THIS_THREAD ? &t_pauseDepth : nullptr)
+{
+    FaultInjection* none = nullptr;
+    if (!SlotOf(kind).armed.compare_exchange_strong(none, this)) {
+        const FaultPause pause;
+        ADD_FAILURE() << "a fault of kind " << static_cast<int>(kind) << " is already armed";
+    }
+}
+
+FaultInjection::~FaultInjection()
+{
+    FaultInjection* self = this;
+    SlotOf(m_kind).armed.compare_exchange_strong(self, nullptr);
+    while (SlotOf(m_kind).inside.load() != 0) {
+        sched_yield();
+    }
+}
+
+void FaultInjection::SetAction(std::function<void()> action)
+{
+    const FaultPause pause;
+    m_action = std::move(action);
+}
+
+unsigned int FaultInjection::Calls() const
+{
+    return m_calls.load();
+}
+
+unsigned int FaultInjection::Failed() const
+{
+    return m_failed.load();
+}
+
+int FaultInjection::Strike(Call kind)
+{
+    Slot& slot = SlotOf(kind);
+    if (t_pauseDepth != 0 || slot.armed.load() == nullptr) {
+        return 0;
+    }
+    slot.inside.fetch_add(1);
+    FaultInjection* const injection = slot.armed.load();
+    const int error = injection != nullptr ? injection->Meet() : 0;
+    slot.inside.fetch_sub(1);
+    return error;
+}
+
+int FaultInjection::Meet()
+{
+    if (m_thread != nullptr && m_thread != &t_pauseDepth) {
+        return 0;
+    }
+    const unsigned int number = ++m_calls;
+    if (number < m_first || number - m_first >= m_count) {
+        return 0;
+    }
+    ++m_failed;
+    if (m_action) {
+        const FaultPause pause;
+        m_action();
+    }
+    return m_error;
+}
+
+FaultPause::FaultPause()
+{
+    ++t_pauseDepth;
+}
+
+FaultPause::~FaultPause()
+{
+    --t_pauseDepth;
+}
+
+} // namespace TTMLTest
+
+// The global allocation functions of the test executables, over malloc so that the sanitizers see them. They
+// stand in this file because every test executable has it: a sanitizer's library, which has such functions
+// too, is searched before ours.
+
+namespace {
+
+void* Allocate(std::size_t size)
+{
+    return std::malloc(size != 0 ? size : 1);
+}
+
+void* AllocateOrThrow(std::size_t size)
+{
+    void* const memory =
+        TTMLTest::FaultInjection::Strike(TTMLTest::Call::NEW) == 0 ? Allocate(size) : nullptr;
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void* AllocateOrNull(std::size_t size)
+{
+    return TTMLTest::FaultInjection::Strike(TTMLTest::Call::NEW_NOTHROW) == 0 ? Allocate(size) : nullptr;
+}
+
+} // namespace
+
+void* operator new(std::size_t size)
+{
+    return AllocateOrThrow(size);
+}
+
+void* operator new[](std::size_t size)
+{
+    return AllocateOrThrow(size);
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return AllocateOrNull(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return AllocateOrNull(size);
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete[](void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t /*size*/) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept
+{
+    std::free(memory);
+}

@@ -1,0 +1,33 @@
+#include "ScriptedPlatform.h"
+
+#include <gtest/gtest.h>
+
+namespace TTMLTest {
+
+namespace {
+
+// What the library held when the test began.
+int s_threads = 0;
+int s_semaphores = 0;
+
+} // namespace
+
+void ScriptedPlatform::Reset()
+{
+    Journal::Instance().Clear();
+    ScriptedLog::Reset();
+    ScriptedPlayer::Reset();
+    ScriptedFileManager::Reset();
+    s_threads = LiveThreads();
+    s_semaphores = LiveSemaphores();
+}
+
+void ScriptedPlatform::Verify()
+{
+    ScriptedPlayer::Verify();
+    ScriptedFileManager::Verify();
+    EXPECT_EQ(LiveThreads(), s_threads) << "threads were not joined, or joined twice";
+    EXPECT_EQ(LiveSemaphores(), s_semaphores) << "semaphores were not destroyed";
+}
+
+} // namespace TTMLTest

@@ -1,0 +1,61 @@
+#ifndef TEST_THREAD_H
+#define TEST_THREAD_H
+
+#include <functional>
+#include <memory>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "Gate.h"
+
+namespace TTMLTest {
+
+// A second actor in a test. It starts at once and is joined when the object goes.
+class TestThread
+{
+public:
+    explicit TestThread(std::function<void()> body)
+        : m_done("the test's thread is done")
+        , m_thread([this, run = std::move(body)] {
+            run();
+            m_done.Open();
+        })
+    {}
+    ~TestThread() { m_thread.join(); }
+    TestThread(const TestThread&) = delete;
+    TestThread& operator=(const TestThread&) = delete;
+
+    // Waits until the body has returned; a time-out is a failure.
+    bool WaitUntilDone() const { return m_done.Wait(); }
+    bool IsDone() const { return m_done.IsOpen(); }
+
+private:
+    Gate m_done;
+    std::thread m_thread;
+};
+
+// Runs the bodies at the same time and returns when all are done.
+inline void RunTogether(const std::vector<std::function<void()>>& bodies)
+{
+    CountingGate ready("all threads are ready");
+    Gate go("the threads may go");
+    std::vector<std::unique_ptr<TestThread>> threads;
+    threads.reserve(bodies.size());
+    for (const auto& body : bodies) {
+        threads.push_back(std::make_unique<TestThread>([&ready, &go, &body] {
+            ready.Add();
+            go.Wait();
+            body();
+        }));
+    }
+    ready.WaitFor(static_cast<unsigned int>(bodies.size()));
+    go.Open();
+    for (const auto& thread : threads) {
+        thread->WaitUntilDone();
+    }
+}
+
+} // namespace TTMLTest
+
+#endif

@@ -1,0 +1,301 @@
+// One thread is held at each line that it logs, in turn, while another thread gets as far as it can with an
+// invalidation or a destruction: whatever was under way, both return, and the outcome is the same.
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <pthread.h>
+#include <sys/types.h>
+
+#include <gtest/gtest.h>
+
+#include "CSourceTask.h"
+#include "ScriptedPlatform.h"
+#include "SourceFixtures.h"
+
+namespace TTMLTest {
+
+namespace {
+
+using TTML::CSourceTask;
+
+constexpr char kUrl[] = "http://host/a.ttml";
+
+// What is under way: first undisturbed preparations, then an operation whose lines on one thread are the
+// places of the disturbance.
+struct Scenario
+{
+    std::string name;
+    std::string actor; // the thread that is held
+    std::function<void(CSourceTask&)> prepare;
+    std::function<void(CSourceTask&)> act;
+    unsigned int fetches = 0;
+};
+
+void PrintTo(const Scenario& scenario, std::ostream* stream)
+{
+    *stream << scenario.name;
+}
+
+void PushSample(CSourceTask& task)
+{
+    TTML::TTMLSubtitleExtraData extra;
+    char sample[] = "a sample whose text is kept on the heap";
+    task.OnSubtitleData(sample, extra);
+}
+
+void PlayInband(CSourceTask& task)
+{
+    task.PlayTrack(1, "", nullptr);
+}
+
+void Nothing(CSourceTask& /*task*/)
+{}
+
+// Runs the operation on a thread called "Actor".
+std::function<void(CSourceTask&)> OnActor(const std::function<void(CSourceTask&)>& operation)
+{
+    return [operation](CSourceTask& task) {
+        const TestThread actor([&] {
+            pthread_setname_np(pthread_self(), "Actor");
+            operation(task);
+        });
+        actor.WaitUntilDone();
+    };
+}
+
+const std::vector<Scenario>& Scenarios()
+{
+    static const std::vector<Scenario> scenarios = {
+        {"PlayInband", "Source", Nothing, PlayInband},
+        {"PlayInbandAgain", "Source", PlayInband, PlayInband},
+        {"PlayUrl", "Source", Nothing, [](CSourceTask& task) { task.PlayTrack(1, kUrl, "d"); }, 1},
+        {"PlayWhilePaused", "Source",
+         [](CSourceTask& task) {
+             PlayInband(task);
+             task.PauseTrack(true);
+         },
+         PlayInband},
+        {"Pause", "Source", PlayInband, [](CSourceTask& task) { task.PauseTrack(true); }},
+        {"Resume", "Source",
+         [](CSourceTask& task) {
+             PlayInband(task);
+             task.PauseTrack(true);
+             PushSample(task);
+             PushSample(task);
+         },
+         [](CSourceTask& task) { task.ResumeTrack(); }},
+        {"ResumeWithAPlayPending", "Source",
+         [](CSourceTask& task) {
+             task.PauseTrack(true);
+             PlayInband(task);
+         },
+         [](CSourceTask& task) { task.ResumeTrack(); }},
+        {"Stop", "Source", PlayInband, [](CSourceTask& task) { task.StopTrack(); }},
+        {"StopWhilePaused", "Source",
+         [](CSourceTask& task) {
+             PlayInband(task);
+             task.PauseTrack(true);
+             PushSample(task);
+         },
+         [](CSourceTask& task) { task.StopTrack(); }},
+        {"Samples", "Inband", PlayInband,
+         [](CSourceTask& task) {
+             PushSample(task);
+             PushSample(task);
+         }},
+        {"NotifyPlay", "Actor", Nothing, OnActor([](CSourceTask& task) { task.NotifyPlayTrack(); })},
+        {"NotifyPlayAgain", "Actor", PlayInband, OnActor([](CSourceTask& task) { task.NotifyPlayTrack(); })},
+        {"NotifyStop", "Actor", PlayInband, OnActor([](CSourceTask& task) { task.NotifyStopTrack(); })},
+        {"Barrier", "Actor", PlayInband, OnActor([](CSourceTask& task) { task.StopSourceThread(); })},
+    };
+    return scenarios;
+}
+
+// Runs the disturbance when the actor logs its line number `place`, and holds the actor there until the
+// disturbance is done or can get no further.
+class Disturbance
+{
+public:
+    Disturbance(std::string actor, unsigned int place, std::function<void()> action)
+        : m_actor(std::move(actor))
+        , m_place(place)
+        , m_action(std::move(action))
+    {}
+
+    // To be called at every line, on the thread that logs it.
+    void Meet()
+    {
+        if (!m_armed || ThisThreadName() != m_actor || ++m_lines != m_place) {
+            return;
+        }
+        m_met = true;
+        m_mayBegin.Wait();
+        m_thread = std::make_unique<BlockedThread>(m_action);
+        m_begun.Open();
+    }
+
+    void Arm() { m_armed = true; }
+    void LetBegin() { m_mayBegin.Open(); }
+    bool IsMet() const { return m_met; }
+    void Finish()
+    {
+        if (m_begun.Wait()) {
+            m_thread->WaitUntilDone();
+        }
+    }
+
+private:
+    const std::string m_actor;
+    const unsigned int m_place;
+    const std::function<void()> m_action;
+    std::atomic<bool> m_armed{false};
+    std::atomic<bool> m_met{false};
+    std::atomic<unsigned int> m_lines{0};
+    Gate m_mayBegin{"the disturbance may begin"};
+    Gate m_begun{"the disturbance has begun"};
+    std::unique_ptr<BlockedThread> m_thread;
+};
+
+class SourceInterleaving : public ::testing::TestWithParam<Scenario>
+{
+protected:
+    // Brings a new task to where the scenario's operation begins.
+    void Prepare()
+    {
+        ScriptedLog::Reset();
+        ScriptedFileManager::Reset();
+        m_task.reset();
+        m_client.reset();
+        m_client = std::make_unique<ClientRecorder>();
+        m_task = std::make_unique<CSourceTask>();
+        m_task->RegisterCallBack(&ClientRecorder::Callback, m_client->UserData());
+        m_task->StartSourceThread();
+        GetParam().prepare(*m_task);
+        m_task->StopSourceThread();
+        for (unsigned int i = 0; i < GetParam().fetches; ++i) {
+            ScriptedFileManager::ExpectFetch(kUrl, FetchAnswer::Document("<tt/>"));
+        }
+    }
+
+    // Waits until the actor, undisturbed, has done everything; true when it was disturbed before that.
+    bool ActorIsDisturbed(const Disturbance& disturbance, pid_t actor) const
+    {
+        if (GetParam().actor == "Actor") {
+            return disturbance.IsMet(); // it ended within the operation
+        }
+        WaitUntilBlocked(actor);
+        return disturbance.IsMet();
+    }
+
+    // Disturbs the scenario at each of the actor's lines in turn, with a check after each.
+    void AtEachLine(const std::function<void()>& action, const std::function<void()>& check,
+                    bool onlyAfterTheOperation)
+    {
+        const std::set<std::string> messages = MessagesOfActor();
+        for (unsigned int place = 1; !HasFailure(); ++place) {
+            SCOPED_TRACE("disturbed at line " + std::to_string(place) + " of " + GetParam().actor);
+            Prepare();
+            const std::vector<pid_t> actors = ThreadsNamed(GetParam().actor);
+            Disturbance disturbance(GetParam().actor, place, action);
+            for (const auto& message : messages) {
+                ScriptedLog::On(LogMatch(message.c_str()), [&disturbance] { disturbance.Meet(); });
+            }
+            if (!onlyAfterTheOperation) {
+                disturbance.LetBegin();
+            }
+            disturbance.Arm();
+            GetParam().act(*m_task);
+            disturbance.LetBegin();
+            if (!ActorIsDisturbed(disturbance, actors.empty() ? 0 : actors.front())) {
+                ScriptedLog::Reset();
+                EXPECT_GT(place, 3U) << "the actor is hardly ever disturbed";
+                return;
+            }
+            disturbance.Finish();
+            ScriptedLog::Reset();
+            check();
+        }
+    }
+
+    std::unique_ptr<ClientRecorder> m_client;
+    std::unique_ptr<CSourceTask> m_task;
+
+private:
+    // The messages that the actor logs undisturbed.
+    std::set<std::string> MessagesOfActor()
+    {
+        Prepare();
+        const std::vector<pid_t> actors = ThreadsNamed(GetParam().actor);
+        GetParam().act(*m_task);
+        if (!actors.empty()) {
+            WaitUntilBlocked(actors.front());
+        }
+        std::set<std::string> messages;
+        for (const auto& line : ScriptedLog::Lines()) {
+            if (line.thread == GetParam().actor) {
+                messages.insert(line.message);
+            }
+        }
+        return messages;
+    }
+};
+
+TEST_P(SourceInterleaving, AnInvalidationLeavesNothingRunning)
+{
+    const auto check = [this] {
+        EXPECT_EQ(TrackState(*m_task), 0);
+        EXPECT_FALSE(InbandQueue(*m_task)->m_IsRunning());
+        if (GetParam().actor != "Actor") {
+            // A notice on a client's own thread may come later than that of the invalidation.
+            EXPECT_EQ(m_client->Codes().back(), 5);
+        }
+        // And whatever was frozen then does not hold back the samples of a later track.
+        m_task->StartSourceThread();
+        m_client->Clear();
+        PlayInband(*m_task);
+        PushSample(*m_task);
+        m_client->WaitForCode(0);
+    };
+    AtEachLine([this] { EXPECT_EQ(m_task->Invalidate(), 0U); }, check, false);
+}
+
+// A client calls nothing of a source that it destroys, so only the source's own threads are met.
+class SourceInterleavingDestruction : public SourceInterleaving
+{};
+
+TEST_P(SourceInterleavingDestruction, ReturnsAndEndsEverything)
+{
+    const int threads = LiveThreads();
+    AtEachLine([this] { m_task.reset(); }, [&] { EXPECT_EQ(LiveThreads(), threads); }, true);
+}
+
+std::vector<Scenario> ScenariosOfOwnThreads()
+{
+    std::vector<Scenario> own;
+    for (const auto& scenario : Scenarios()) {
+        if (scenario.actor != "Actor") {
+            own.push_back(scenario);
+        }
+    }
+    return own;
+}
+
+std::string NameOf(const ::testing::TestParamInfo<Scenario>& scenario)
+{
+    return scenario.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(At, SourceInterleaving, ::testing::ValuesIn(Scenarios()), NameOf);
+INSTANTIATE_TEST_SUITE_P(At, SourceInterleavingDestruction, ::testing::ValuesIn(ScenariosOfOwnThreads()),
+                         NameOf);
+
+} // namespace
+
+} // namespace TTMLTest
