@@ -17,6 +17,7 @@ server=$!
 trap 'kill "$server" 2> /dev/null; rm -f build/demo.port.$$' EXIT
 read -r line < build/demo.port.$$
 port=$(sed -E 's/.* port ([0-9]+).*/\1/' <<< "$line")
+export no_proxy=127.0.0.1
 base=http://127.0.0.1:$port
 
 say() { printf '\n== %s\n' "$*"; }
