@@ -6,27 +6,27 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 . Tools/setup.sh
 
 ensure_packages build demo
+mkdir -p build
 echo "== Building (the first time takes a minute or two)"
 build_preset release ttmlsrc > build/demo.log 2>&1 || { cat build/demo.log >&2; exit 1; }
 client=build/release/bin/ttmlsrc
 
-# A real HTTP server on a free loopback port, ended with this script.
-mkfifo build/demo.port.$$
-python3 -u -m http.server 0 --bind 127.0.0.1 --directory Samples > build/demo.port.$$ 2> build/demo-server.log &
-server=$!
-trap 'kill "$server" 2> /dev/null; rm -f build/demo.port.$$' EXIT
-read -r line < build/demo.port.$$
-port=$(sed -E 's/.* port ([0-9]+).*/\1/' <<< "$line")
+# A real HTTP server on a free loopback port, which it prints first; it ends when this script does, because
+# its standard input ends then.
+coproc SERVER { exec python3 Tests/Support/http_server.py --until-stdin-closes --root Samples; }
+read -r port <&"${SERVER[0]}"
 export no_proxy=127.0.0.1
-base=http://127.0.0.1:$port
+base=http://127.0.0.1:$port/files
 
 say() { printf '\n== %s\n' "$*"; }
 
 say "Out of band: the source thread fetches one document from $base"
 "$client" broadband --url "$base/imsc1-text.ttml" --user-agent ttml-demo --dnt 1 --descriptor "English"
 
-say "What the server was asked, DNT header and user agent included by the library"
-grep -m1 imsc1-text.ttml build/demo-server.log
+say "What the server was asked: a document that repeats the request's headers"
+"$client" broadband --url "http://127.0.0.1:$port/headers" --user-agent ttml-demo --dnt 1 --out build/demo-out \
+    > /dev/null
+cat build/demo-out/0001.ttml
 
 say "In band: a minute of an stpp track from $base/subtitles.mp4, at ten times its speed"
 "$client" broadband --media "$base/subtitles.mp4" --speed 10
