@@ -33,7 +33,7 @@ say "In band: a minute of an stpp track from $base/subtitles.mp4, at ten times i
 
 say "In band with a script: play, pause (samples are held back), resume, seek, stop"
 "$client" broadband --media Samples/subtitles.mp4 --speed 10 \
-    --script "play; wait 1s; pause; wait 500ms; resume; wait 500ms; seek 40s; seek-done; wait 500ms; stop"
+    --script "play; wait 1200ms; pause; wait 1s; resume; wait 600ms; seek 40s; seek-done; wait 700ms; stop"
 
 say "The same track from a DASH manifest, as JSON (first three events)"
 "$client" broadband --media "$base/dash/manifest.mpd" --fast --json > build/demo.json
