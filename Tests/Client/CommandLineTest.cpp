@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include <filesystem>
 #include <vector>
 
 #include <gtest/gtest.h>

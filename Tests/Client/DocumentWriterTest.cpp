@@ -1,5 +1,6 @@
 #include "DocumentWriter.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 
 #include "TemporaryFolder.h"

@@ -1,6 +1,7 @@
 #include "Session.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <utility>
 #include <vector>
 

@@ -10,8 +10,10 @@ namespace TTMLHost {
 
 class DocumentBuffer;
 
-// The fetcher behind the boundary. Destroy() deletes it as what it is, so that it needs no virtual
-// destructor, which the boundary has no slot for. NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor)
+// The fetcher behind the boundary. Destroy() deletes it as what it is: a virtual destructor has no slot
+// there.
+//
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor)
 class FileUtil final : public TTML::IFileUtil
 {
 public:

@@ -20,6 +20,9 @@ public:
     // Writes a file and returns its path.
     std::string Write(const std::string& name, const std::string& content) const;
 
+    // The content of a file; the test fails when there is none.
+    std::string Content(const std::string& name) const;
+
 private:
     std::string m_path;
 };

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <system_error>
 
 #include <stdlib.h>
@@ -30,6 +31,13 @@ std::string TemporaryFolder::Write(const std::string& name, const std::string& c
     file.close();
     EXPECT_TRUE(file) << Path(name);
     return Path(name);
+}
+
+std::string TemporaryFolder::Content(const std::string& name) const
+{
+    std::ifstream file(Path(name), std::ios::binary);
+    EXPECT_TRUE(file) << Path(name);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 } // namespace TTMLTest
