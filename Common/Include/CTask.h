@@ -120,6 +120,7 @@ private:
     pthread_mutex_t m_lifecycleMutex = PTHREAD_MUTEX_INITIALIZER;
     CCountedSemaphore m_resetSignal{&m_resetSemaphore};
     bool m_bJoinable = false;        // a worker was created and not joined; guarded by m_lifecycleMutex
+    bool m_bDestroying = false;      // touched by the destroying thread only, once it is set
     bool m_bConsuming = false;       // the loop takes entries; guarded by m_queueMutex
     std::size_t m_nResetMarkers = 0; // of Resets, not yet met by the loop; guarded by m_queueMutex
     // Markers for which the queue could not grow take effect once the entries ahead of them are gone.

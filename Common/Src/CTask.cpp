@@ -46,6 +46,7 @@ CTask::~CTask()
     if (m_IsRunning() || m_IsPreparing()) {
         TTML_LOGI("Task still running. Stopping now.");
         SetTaskState(true);
+        m_bDestroying = true;
         Stop();
     }
     {
@@ -174,7 +175,9 @@ void CTask::Stop()
     // Outside the lifecycle mutex: the cleanup callback may use the task.
     const std::size_t size = m_QueueSize();
     TTML_LOGI("Task is neither running nor in preparation stage! Q Size=[%zu]", size);
-    if (size > 0) {
+    // A worker that a marker from outside ended while the task is destroyed leaves events behind, which must
+    // reach no callback any more.
+    if (size > 0 && !m_bDestroying) {
         m_Clear(true);
     }
 }

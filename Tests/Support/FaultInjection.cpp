@@ -2,8 +2,6 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <utility>
 
 #include <sched.h>
@@ -54,12 +52,14 @@ int DefaultError(Call kind)
 
 } // namespace
 
-FaultInjection::FaultInjection(Call kind, unsigned int first, unsigned int count, FaultScope scope, int error)
+FaultInjection::FaultInjection(Call kind, unsigned int first, unsigned int count, FaultScope scope, int error,
+                               std::function<void()> action)
     : m_kind(kind)
     , m_first(first)
     , m_count(count)
     , m_error(error != 0 ? error : DefaultError(kind))
     , m_thread(scope == FaultScope::THIS_THREAD ? &t_pauseDepth : nullptr)
+    , m_action(std::move(action))
 {
     FaultInjection* none = nullptr;
     if (!SlotOf(kind).armed.compare_exchange_strong(none, this)) {
@@ -75,12 +75,6 @@ FaultInjection::~FaultInjection()
     while (SlotOf(m_kind).inside.load() != 0) {
         sched_yield();
     }
-}
-
-void FaultInjection::SetAction(std::function<void()> action)
-{
-    const FaultPause pause;
-    m_action = std::move(action);
 }
 
 unsigned int FaultInjection::Calls() const
@@ -134,81 +128,3 @@ FaultPause::~FaultPause()
 }
 
 } // namespace TTMLTest
-
-// The global allocation functions of the test executables, over malloc so that the sanitizers see them. They
-// stand in this file because every test executable has it: a sanitizer's library, which has such functions
-// too, is searched before ours.
-
-namespace {
-
-void* Allocate(std::size_t size)
-{
-    return std::malloc(size != 0 ? size : 1);
-}
-
-void* AllocateOrThrow(std::size_t size)
-{
-    void* const memory =
-        TTMLTest::FaultInjection::Strike(TTMLTest::Call::NEW) == 0 ? Allocate(size) : nullptr;
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-void* AllocateOrNull(std::size_t size)
-{
-    return TTMLTest::FaultInjection::Strike(TTMLTest::Call::NEW_NOTHROW) == 0 ? Allocate(size) : nullptr;
-}
-
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    return AllocateOrThrow(size);
-}
-
-void* operator new[](std::size_t size)
-{
-    return AllocateOrThrow(size);
-}
-
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
-{
-    return AllocateOrNull(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept
-{
-    return AllocateOrNull(size);
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete[](void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept
-{
-    std::free(memory);
-}

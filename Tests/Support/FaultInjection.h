@@ -39,15 +39,13 @@ public:
     static constexpr unsigned int kAll = ~0U;
 
     // Calls number `first` (from 1) to `first + count - 1` of the kind fail, with `error` (0: the kind's
-    // own).
+    // own). The thread whose call fails runs `action` before the call returns.
     explicit FaultInjection(Call kind, unsigned int first = 1, unsigned int count = 1,
-                            FaultScope scope = FaultScope::THIS_THREAD, int error = 0);
+                            FaultScope scope = FaultScope::THIS_THREAD, int error = 0,
+                            std::function<void()> action = {});
     ~FaultInjection();
     FaultInjection(const FaultInjection&) = delete;
     FaultInjection& operator=(const FaultInjection&) = delete;
-
-    // Run by the thread whose call fails, before that returns. Set it before calls can come.
-    void SetAction(std::function<void()> action);
 
     // Calls of the kind that were seen, and those of them that failed.
     unsigned int Calls() const;
@@ -64,7 +62,7 @@ private:
     const unsigned int m_count;
     const int m_error;
     const void* const m_thread; // null for any
-    std::function<void()> m_action;
+    const std::function<void()> m_action;
     std::atomic<unsigned int> m_calls{0};
     std::atomic<unsigned int> m_failed{0};
 };

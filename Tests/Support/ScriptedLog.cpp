@@ -81,11 +81,11 @@ std::string WithoutColour(const std::string& text, int level)
     const std::string colour = ColourOf(level);
     if (!colour.empty()) {
         const std::string off = "\033[0m";
-        if (text.size() >= colour.size() + off.size() && StartsWith(text, colour) && EndsWith(text, off)) {
-            message = text.substr(colour.size(), text.size() - colour.size() - off.size());
-        } else {
+        if (text.size() < colour.size() + off.size() || !StartsWith(text, colour) || !EndsWith(text, off)) {
             ADD_FAILURE() << "log line of level " << level << " without its colour: '" << text << "'";
+            return text;
         }
+        message = text.substr(colour.size(), text.size() - colour.size() - off.size());
     }
     if (message.find('\033') != std::string::npos) {
         ADD_FAILURE() << "log line of level " << level << " with a stray colour: '" << text << "'";

@@ -1,6 +1,8 @@
 #ifndef TEST_THREAD_H
 #define TEST_THREAD_H
 
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -22,7 +24,15 @@ public:
             m_done.Open();
         })
     {}
-    ~TestThread() { m_thread.join(); }
+    ~TestThread()
+    {
+        if (!m_done.Wait()) {
+            // Joining it would hang the test without a word, and it uses what the test is about to destroy.
+            std::fputs("the test's thread does not end\n", stderr);
+            std::abort();
+        }
+        m_thread.join();
+    }
     TestThread(const TestThread&) = delete;
     TestThread& operator=(const TestThread&) = delete;
 

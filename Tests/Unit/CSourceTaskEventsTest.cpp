@@ -1,5 +1,5 @@
-// The source task's events: what each command queues, what the dispatcher does with it, and what reaches
-// the client, on which thread.
+// The source task's events: what each command queues, what the dispatcher does with it, and on which
+// thread.
 
 #include <atomic>
 #include <csignal>
@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -53,12 +54,6 @@ protected:
         const auto* record = OnlyRecord<SourceHeader>();
         ASSERT_NE(record, nullptr);
         EXPECT_EQ(record->type, type);
-    }
-    static TTMLRawDataInfo* NewRecord(const std::string& text)
-    {
-        auto* record = new TTMLRawDataInfo;
-        record->data = text;
-        return record;
     }
 };
 
@@ -315,6 +310,10 @@ TEST_F(SourceTaskEvents, ACommandThatCannotBeQueuedSaysSo)
                       [&] {
                           EXPECT_EQ(ScriptedLog::Substance(), (Texts{"W Failed to add data in queue"}))
                               << command.name;
+                          EXPECT_EQ(ScriptedLog::CountOf(
+                                        {command.name, "Failed to add data in queue", "CSourceTask.cpp"}),
+                                    1U)
+                              << command.name;
                           EXPECT_EQ(TrackState(*m_task), command.state) << command.name;
                       });
         EXPECT_EQ(result, 1U) << command.name;
@@ -496,239 +495,71 @@ TEST_F(SourceTaskEvents, DeletesRefusedCommands)
     EXPECT_TRUE(deleted);
 }
 
-// Registration.
+// The log.
 
-TEST_F(SourceTaskEvents, RegistersACallback)
+TEST_F(SourceTaskEvents, LogsEachOperationsBeginAndEnd)
 {
-    EXPECT_TRUE(m_task->RegisterCallBack(&ClientRecorder::Callback, m_client.UserData()));
-    m_task->OnShow();
-    EXPECT_EQ(m_client.Events(), (Texts{"11 @caller"}));
-}
-
-TEST_F(SourceTaskEvents, RefusesANullCallbackAndKeepsTheEarlierOne)
-{
-    ScriptedLog::Clear();
-    EXPECT_FALSE(m_task->RegisterCallBack(nullptr, this));
-    m_task->OnShow();
-    EXPECT_EQ(m_client.Events(), Texts{});
-    m_task->RegisterCallBack(&ClientRecorder::Callback, m_client.UserData());
-    EXPECT_FALSE(m_task->RegisterCallBack(nullptr, this));
-    EXPECT_EQ(ScriptedLog::Substance(), (Texts{"W Null pointer", "W Null pointer"}));
-    m_task->OnShow();
-    EXPECT_EQ(m_client.Events(), (Texts{"11 @caller"}));
-}
-
-TEST_F(SourceTaskEvents, AnotherRegistrationReplacesTheFirst)
-{
-    int other = 0;
-    m_task->RegisterCallBack(&ClientRecorder::Callback, m_client.UserData());
-    EXPECT_TRUE(m_task->RegisterCallBack(&ClientRecorder::Callback, &other));
-    m_client.ExpectUserData(&other);
-    m_task->OnHide();
-    EXPECT_TRUE(m_task->RegisterCallBack(&ClientRecorder::Callback, nullptr));
-    m_client.ExpectUserData(nullptr);
-    m_task->OnHide();
-    EXPECT_EQ(m_client.Events(), (Texts{"12 @caller", "12 @caller"}));
-}
-
-TEST_F(SourceTaskEvents, UnregisteringEndsAllCalls)
-{
-    Start();
-    m_task->UnRegisterCallBack();
-    m_task->OnShow();
-    m_task->OnHide();
-    m_task->OnErrorDownloadableFonts();
-    m_task->NotifySetMenuLang();
-    Do([&] { m_task->PlayTrack(1, "", nullptr); });
-    EXPECT_EQ(m_client.Events(), Texts{});
-}
-
-// Direct notices.
-
-TEST_F(SourceTaskEvents, NotifiesOnTheCallersThread)
-{
-    Start();
-    Do([&] {
-        const SourceThreadHold hold(*m_task);
-        m_task->OnShow();
-        m_task->OnHide();
-        m_task->OnErrorDownloadableFonts();
-        m_task->NotifyRegisterMenuCB();
-        m_task->NotifyUnRegisterMenuCB();
-        m_task->NotifySetMenuLang();
-    });
-    EXPECT_EQ(m_client.Events(),
-              (Texts{"11 @caller", "12 @caller", "13 @caller", "8 @caller", "9 @caller", "10 @caller"}));
-    EXPECT_EQ(ScriptedLog::Substance(), Texts{});
-}
-
-TEST_F(SourceTaskEvents, VisibilityAndFontsWithoutAClientAreSilent)
-{
-    ScriptedLog::Clear();
-    m_task->OnShow();
-    m_task->OnHide();
-    m_task->OnErrorDownloadableFonts();
-    EXPECT_EQ(ScriptedLog::Substance(), Texts{});
-}
-
-TEST_F(SourceTaskEvents, MenuNoticesWithoutAClientWarn)
-{
-    for (const auto& notify : {&CSourceTask::NotifyRegisterMenuCB, &CSourceTask::NotifyUnRegisterMenuCB,
-                               &CSourceTask::NotifySetMenuLang}) {
-        ScriptedLog::Clear();
-        (m_task.get()->*notify)();
-        EXPECT_EQ(ScriptedLog::Substance(), (Texts{"W m_pCoreCBFunc is null!"}));
-    }
-}
-
-// Data.
-
-TEST_F(SourceTaskEvents, DeliversRawDataAtOnceOnTheCallersThread)
-{
-    Start();
-    m_task->PlayTrack(1, "", "the descriptor");
-    Do([&] {
-        const SourceThreadHold hold(*m_task);
-        TTMLRawDataInfo* record = NewRecord("<tt/>");
-        record->index = 3;
-        record->dataType = 2;
-        record->timestamp = 4;
-        record->segStartTimeMs = 5;
-        record->segEndTimeMs = 6;
-        record->secondaryData = std::string("\0png", 4);
-        record->trackDescriptor = "of the producer";
-        record->userData = record;
-        m_task->OnSubtitleData(record);
-    });
-    EXPECT_EQ(m_client.Events(), (Texts{"0 <tt/> @caller"}));
-    const TTMLRawDataInfo delivered = m_client.Records().at(0);
-    EXPECT_EQ(delivered.index, 3);
-    EXPECT_EQ(delivered.dataType, 2);
-    EXPECT_EQ(delivered.timestamp, 4);
-    EXPECT_EQ(delivered.segStartTimeMs, 5);
-    EXPECT_EQ(delivered.segEndTimeMs, 6);
-    EXPECT_EQ(delivered.secondaryData, std::string("\0png", 4));
-    EXPECT_EQ(delivered.trackDescriptor, "the descriptor");
-    EXPECT_EQ(delivered.userData, m_client.UserData());
-}
-
-TEST_F(SourceTaskEvents, APlayWithoutADescriptorKeepsTheLastOne)
-{
-    Start();
-    for (const char* descriptor : {"first", static_cast<const char*>(nullptr), "", "second"}) {
-        m_task->PlayTrack(1, "", descriptor);
-        m_task->OnSubtitleData(NewRecord("x"));
-    }
-    Texts descriptors;
-    for (const auto& record : m_client.Records()) {
-        descriptors.push_back(record.trackDescriptor);
-    }
-    EXPECT_EQ(descriptors, (Texts{"first", "first", "", "second"}));
-}
-
-TEST_F(SourceTaskEvents, FreesRawDataWithoutAClient)
-{
-    ScriptedLog::Clear();
-    m_task->OnSubtitleData(NewRecord(std::string(1000, 'x')));
-    EXPECT_EQ(ScriptedLog::Substance(), (Texts{"W m_pCoreCBFunc is null!"}));
-}
-
-TEST_F(SourceTaskEvents, RefusesNullRawData)
-{
-    Start();
-    ScriptedLog::Clear();
-    m_task->OnSubtitleData(nullptr);
-    EXPECT_EQ(ScriptedLog::Substance(), (Texts{"W rawDataInfo is null!"}));
-    EXPECT_EQ(m_client.Events(), Texts{});
-}
-
-TEST_F(SourceTaskEvents, TheInbandDeliveryFunctionDoesNothingWithoutATask)
-{
-    const std::unique_ptr<TTMLRawDataInfo> record(NewRecord("x"));
-    ScriptedLog::Clear();
-    CSourceTask::m_InbandData_Cb(record.get(), nullptr);
-    EXPECT_EQ(ScriptedLog::Substance(), Texts{});
-    EXPECT_EQ(record->data, "x");
-}
-
-TEST_F(SourceTaskEvents, TheInbandDeliveryFunctionDelivers)
-{
-    Start();
-    CSourceTask::m_InbandData_Cb(NewRecord("x"), m_task.get());
-    EXPECT_EQ(m_client.Events(), (Texts{"0 x @caller"}));
-}
-
-TEST_F(SourceTaskEvents, DeliversSamplesOnTheInbandThread)
-{
-    Start();
-    BringTo(TTML::TRACK_PLAYING);
-    m_client.Clear();
-    Push("<tt/>", 9);
-    m_client.WaitForEvents(1);
-    EXPECT_EQ(m_client.Events(), (Texts{"0 <tt/> @Inband"}));
-    EXPECT_EQ(m_client.Records().at(0).index, 9);
-    EXPECT_EQ(m_client.Records().at(0).dataType, -1);
-}
-
-TEST_F(SourceTaskEvents, RefusesANullSample)
-{
+    using Operation = std::pair<std::string, std::function<void()>>;
     TTML::TTMLSubtitleExtraData extra;
-    ScriptedLog::Clear();
-    m_task->OnSubtitleData(nullptr, extra);
-    EXPECT_EQ(ScriptedLog::Substance(), (Texts{"W Buffer is NULL"}));
+    const std::vector<Operation> operations = {
+        {"StartSourceThread", [&] { m_task->StartSourceThread(); }},
+        {"StopSourceThread", [&] { m_task->StopSourceThread(); }},
+        {"PlayTrack", [&] { m_task->PlayTrack(1, "", nullptr); }},
+        {"PauseTrack", [&] { m_task->PauseTrack(true); }},
+        {"ResumeTrack", [&] { m_task->ResumeTrack(); }},
+        {"StopTrack", [&] { m_task->StopTrack(); }},
+        {"SeekStart", [&] { m_task->SeekStart(1); }},
+        {"SeekCompleted", [&] { m_task->SeekCompleted(); }},
+        {"SendEventToSourceThread", [&] { m_task->SendEventToSourceThread(nullptr, [](int, void*) {}); }},
+        {"RegisterCallBack", [&] { m_task->RegisterCallBack(nullptr, nullptr); }},
+        {"UnRegisterCallBack", [&] { m_task->UnRegisterCallBack(); }},
+        {"OnShow", [&] { m_task->OnShow(); }},
+        {"OnHide", [&] { m_task->OnHide(); }},
+        {"OnErrorDownloadableFonts", [&] { m_task->OnErrorDownloadableFonts(); }},
+        {"NotifyRegisterMenuCB", [&] { m_task->NotifyRegisterMenuCB(); }},
+        {"NotifyUnRegisterMenuCB", [&] { m_task->NotifyUnRegisterMenuCB(); }},
+        {"NotifySetMenuLang", [&] { m_task->NotifySetMenuLang(); }},
+        {"NotifyPlayTrack", [&] { m_task->NotifyPlayTrack(); }},
+        {"NotifyStopTrack", [&] { m_task->NotifyStopTrack(); }},
+        {"SetUserAgent", [&] { m_task->SetUserAgent(nullptr); }},
+        {"SetDNTOption", [&] { m_task->SetDNTOption(9); }},
+        {"OnSubtitleData", [&] { m_task->OnSubtitleData(nullptr); }},
+        {"OnSubtitleData", [&] { m_task->OnSubtitleData(nullptr, extra); }},
+        {"m_InbandData_Cb", [&] { CSourceTask::m_InbandData_Cb(nullptr, nullptr); }},
+        {"Invalidate", [&] { m_task->Invalidate(); }},
+    };
+    for (const auto& [name, run] : operations) {
+        ScriptedLog::Clear();
+        run();
+        const LogMatch enter(name, "Enter", "CSourceTask.cpp");
+        const LogMatch exit(name, "Exit", "CSourceTask.cpp");
+        EXPECT_EQ(ScriptedLog::CountOf(enter), 1U) << name;
+        EXPECT_EQ(ScriptedLog::CountOf(exit), 1U) << name;
+        const Texts trace = ScriptedLog::TraceOfThisThread();
+        EXPECT_EQ(trace.front(), name + ": Enter");
+        EXPECT_EQ(trace.back(), name + ": Exit");
+    }
 }
 
-// Invalidation.
-
-TEST_F(SourceTaskEvents, InvalidateWaitsForWhatIsQueuedAndTellsTheClientLast)
+TEST_F(SourceTaskEvents, LogsEachHandlersBeginAndEnd)
 {
     Start();
-    BringTo(TTML::TRACK_PLAYING);
-    m_client.Clear();
-    Gate released("the posted function has run");
-    SourceThreadHold hold(*m_task);
-    m_task->SendEventToSourceThread(&released, [](int, void* gate) { static_cast<Gate*>(gate)->Open(); });
-    unsigned int result = 7;
-    BlockedThread other([&] {
-        result = m_task->Invalidate();
-        EXPECT_TRUE(released.IsOpen());
-    });
-    EXPECT_FALSE(other.IsDone());
-    EXPECT_EQ(m_client.Events(), Texts{});
-    hold.Release();
-    other.WaitUntilDone();
-    EXPECT_EQ(result, 0U);
-    EXPECT_EQ(m_client.Codes(), (std::vector<int>{5}));
-    EXPECT_EQ(TrackState(*m_task), 0);
-}
-
-TEST_F(SourceTaskEvents, InvalidateTellsTheClientOnTheCallersThread)
-{
-    Start();
-    EXPECT_EQ(LinesOf([&] { EXPECT_EQ(m_task->Invalidate(), 0U); }),
-              (Texts{"I Task is neither running nor in preparation stage! Q Size=[0]"}));
-    EXPECT_EQ(m_client.Events(), (Texts{"5 @caller"}));
-}
-
-TEST_F(SourceTaskEvents, InvalidateWithoutAClientOrAThreadIsHarmless)
-{
-    ScriptedLog::Clear();
-    EXPECT_EQ(m_task->Invalidate(), 0U);
-    EXPECT_EQ(ScriptedLog::Substance(),
-              (Texts{"I Task is neither running nor in preparation stage! Q Size=[0]",
-                     "I Returning as task is not running"}));
-}
-
-TEST_F(SourceTaskEvents, PlaysAgainOnlyAfterAStart)
-{
-    Start();
-    m_task->Invalidate();
-    EXPECT_EQ(LinesOf([&] { m_task->PlayTrack(1, "", nullptr); }),
-              (Texts{"I State is: [0]", "W Not a proper state to play, state:[0]"}));
-    EXPECT_EQ(m_client.Events(), Texts{});
-    m_task->StartSourceThread();
-    Do([&] { m_task->PlayTrack(1, "", nullptr); });
-    EXPECT_EQ(m_client.Events(), (Texts{"1 in band @Source"}));
+    m_task->PlayTrack(1, "", nullptr);
+    m_task->SeekStart(1);
+    m_task->SeekCompleted();
+    m_task->PauseTrack(true);
+    m_task->ResumeTrack();
+    m_task->StopTrack();
+    m_task->StopSourceThread();
+    for (const char* handler : {"m_PlayTrack", "m_StartTrack", "m_SeekStart", "m_SeekCompleted",
+                                "m_PauseTrack", "m_ResumeTrack", "m_StopTrack"}) {
+        EXPECT_EQ(ScriptedLog::CountOf({handler, "Enter", "CSourceTask.cpp"}), 1U) << handler;
+        EXPECT_EQ(ScriptedLog::CountOf({handler, "Exit", "CSourceTask.cpp"}), 1U) << handler;
+    }
+    EXPECT_EQ(ScriptedLog::CountOf({"m_PlayTrack", "State is: [2]"}), 1U);
+    EXPECT_EQ(ScriptedLog::CountOf({"m_PauseTrack", "State is: [3]"}), 1U);
+    EXPECT_EQ(ScriptedLog::CountOf({"m_ResumeTrack", "State is: [4]"}), 1U);
+    EXPECT_EQ(ScriptedLog::CountOf({"m_StopTrack", "State is: [3]"}), 1U);
 }
 
 } // namespace

@@ -219,6 +219,31 @@ TEST_F(TrackOrder, AClientMayCommandTheTrackFromItsCallback)
     EXPECT_EQ(m_client.Codes(), (std::vector<int>{1, 3, 4, 2}));
 }
 
+TEST_F(TrackOrder, APauseThatCannotBeQueuedDoesNotWaitForTheTrack)
+{
+    // The source thread replaces the track: it holds the task mutex and waits for the in-band thread, which
+    // is in the client's callback, where the queue turns out to be full.
+    BringTo(TTML::TRACK_PLAYING);
+    unsigned int result = 7;
+    unsigned int filled = 0;
+    m_client.On(0, [&] {
+        m_task->PlayTrack(2, "", nullptr);
+        WaitUntilBlocked("Source");
+        const FaultInjection noMemory(Call::NEW, 1, FaultInjection::kAll);
+        while (filled < 1000 && m_task->SeekCompleted() == 0) {
+            ++filled;
+        }
+        result = m_task->PauseTrack(true);
+    });
+    m_client.Clear();
+    Push("a");
+    m_client.WaitForCode(1);
+    m_task->StopSourceThread();
+    EXPECT_LT(filled, 1000U);
+    EXPECT_EQ(result, 1U);
+    EXPECT_EQ(m_client.Events(), (Texts{"0 a @Inband", "2 @Source", "1 in band @Source"}));
+}
+
 // Frozen samples.
 
 TEST_F(TrackOrder, SamplesOfAPausedTrackComeAfterTheResume)

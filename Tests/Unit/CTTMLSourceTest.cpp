@@ -1,4 +1,4 @@
-// The base of all sources: its slots, how it forwards each operation to the source task, and what it does
+// The base of all sources: how it forwards each operation to the source task, and what it does
 // when there is none.
 
 #include <functional>
@@ -11,14 +11,12 @@
 
 #include "CSourceTask.h"
 #include "CTTMLSource.h"
-#include "GlobalKeys.h"
 #include "ITTMLSource.h"
 #include "ITTMLSourceControl.h"
 #include "PrivateAccess.h"
 #include "ScriptedPlatform.h"
 #include "SourceFixtures.h"
 #include "TTMLRawDataInfo.h"
-#include "VtableSlot.h"
 
 TTML_EXPOSE(SourceTaskOfSource, TTML::CTTMLSource, TTML::CSourceTask*, m_pSourceTask)
 
@@ -31,9 +29,6 @@ using TTML::CTTMLSource;
 using TTML::ITTMLSource;
 using TTML::ITTMLSourceControl;
 
-using SampleFunction = void (CTTMLSource::*)(void*, TTML::TTMLSubtitleExtraData&);
-using RawDataFunction = void (CTTMLSource::*)(void*);
-
 // A source with everything that derived sources can reach.
 class ProbeSource : public CTTMLSource
 {
@@ -43,7 +38,6 @@ public:
         *pTimeInMS = 42;
         return 0;
     }
-    virtual void Added() {}
 
     using CTTMLSource::t_Destroy;
     using CTTMLSource::t_NotifyPlayTrack;
@@ -127,83 +121,6 @@ protected:
     ClientRecorder m_client;
     SourcePointer m_source{new ProbeSource};
 };
-
-// Slots.
-
-TEST(SourceSlots, OfTheQueryInterface)
-{
-    struct Probe : ITTMLSource
-    {
-        virtual void Added() {}
-    };
-    EXPECT_EQ(VtableSlot(&ITTMLSource::RegisterCallBack), 0U);
-    EXPECT_EQ(VtableSlot(&ITTMLSource::UnRegisterCallBack), 1U);
-    EXPECT_EQ(VtableSlot(&ITTMLSource::GetVideoCurrentTime), 2U);
-    EXPECT_EQ(VtableSlot(&ITTMLSource::GetDownloadableFontsInfo), 3U);
-    EXPECT_EQ(VtableSlot(&ITTMLSource::GetSubtitleMode), 4U);
-    EXPECT_EQ(VtableSlot(&Probe::Added), 7U) << "the two destructors follow the last operation";
-}
-
-TEST(SourceSlots, OfTheControlInterface)
-{
-    struct Probe : ITTMLSourceControl
-    {
-        virtual void Added() {}
-    };
-    using Control = ITTMLSourceControl;
-    EXPECT_EQ(VtableSlot(&Control::PlayTrack), 0U);
-    EXPECT_EQ(VtableSlot(&Control::StopTrack), 1U);
-    EXPECT_EQ(VtableSlot(&Control::PauseTrack), 2U);
-    EXPECT_EQ(VtableSlot(&Control::ResumeTrack), 3U);
-    EXPECT_EQ(VtableSlot(&Control::Invalidate), 4U);
-    EXPECT_EQ(VtableSlot(&Control::SeekStart), 5U);
-    EXPECT_EQ(VtableSlot(&Control::SeekCompleted), 6U);
-    EXPECT_EQ(VtableSlot(static_cast<void (Control::*)(void*, TTML::TTMLSubtitleExtraData&)>(
-                  &Control::OnSubtitleData)),
-              7U);
-    EXPECT_EQ(VtableSlot(static_cast<void (Control::*)(void*)>(&Control::OnSubtitleData)), 8U);
-    EXPECT_EQ(VtableSlot(&Control::SetDNTOption), 9U);
-    EXPECT_EQ(VtableSlot(&Control::OnErrorDownloadableFonts), 10U);
-    EXPECT_EQ(VtableSlot(&Control::OnStart), 11U);
-    EXPECT_EQ(VtableSlot(&Control::OnStop), 12U);
-    EXPECT_EQ(VtableSlot(&Control::OnShow), 13U);
-    EXPECT_EQ(VtableSlot(&Control::OnHide), 14U);
-    EXPECT_EQ(VtableSlot(&Probe::Added), 17U) << "the two destructors follow the last operation";
-}
-
-TEST(SourceSlots, OfTheBaseSource)
-{
-    EXPECT_EQ(VtableSlot(&CTTMLSource::RegisterCallBack), 0U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::UnRegisterCallBack), 1U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::GetVideoCurrentTime), 2U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::GetDownloadableFontsInfo), 3U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::GetSubtitleMode), 4U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::t_Initialize), 7U);
-    EXPECT_EQ(VtableSlot(&ProbeSource::t_Destroy), 8U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::Destroy), 9U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::Invalidate), 10U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::PlayTrack), 11U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::StopTrack), 12U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::PauseTrack), 13U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::ResumeTrack), 14U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::SeekStart), 15U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::SeekCompleted), 16U);
-    EXPECT_EQ(VtableSlot(static_cast<SampleFunction>(&CTTMLSource::OnSubtitleData)), 17U);
-    EXPECT_EQ(VtableSlot(static_cast<RawDataFunction>(&CTTMLSource::OnSubtitleData)), 18U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::SetDNTOption), 19U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::OnErrorDownloadableFonts), 20U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::OnStart), 21U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::OnStop), 22U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::OnShow), 23U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::OnHide), 24U);
-    EXPECT_EQ(VtableSlot(&CTTMLSource::SendEventToSourceThread), 25U);
-    EXPECT_EQ(VtableSlot(&ProbeSource::t_NotifyPlayTrack), 26U);
-    EXPECT_EQ(VtableSlot(&ProbeSource::t_NotifyStopTrack), 27U);
-    EXPECT_EQ(VtableSlot(&ProbeSource::t_NotifyRegisterMenuCB), 28U);
-    EXPECT_EQ(VtableSlot(&ProbeSource::t_NotifyUnRegisterMenuCB), 29U);
-    EXPECT_EQ(VtableSlot(&ProbeSource::t_NotifySetMenuLang), 30U);
-    EXPECT_EQ(VtableSlot(&ProbeSource::Added), 31U);
-}
 
 TEST_F(BaseSource, HasTheQueryInterfaceFirst)
 {
@@ -607,21 +524,6 @@ INSTANTIATE_TEST_SUITE_P(NoMemory, BaseSourceWithoutTask, ::testing::Values(Call
                          [](const ::testing::TestParamInfo<Call>& call) {
                              return call.param == Call::NEW ? "ForItsMembers" : "ForTheTask";
                          });
-
-// Key texts.
-
-TEST(GlobalKeys, HaveTheirValues)
-{
-    EXPECT_EQ(TTML::g_strSubtitleLanguageKey, "db/menu/subtitle/subtitlelanguage");
-    EXPECT_EQ(TTML::g_strMpdAvailabilityStart, "availabilityStartTime=\"");
-    EXPECT_EQ(TTML::g_strMpdPresentationDelay, "suggestedPresentationDelay=\"");
-    EXPECT_EQ(TTML::g_strInfoBannerKey, "memory/tv-viewer/infobanner/ttml");
-    EXPECT_EQ(TTML::g_strCaptionKey, "db/menu/caption/caption");
-    EXPECT_EQ(TTML::g_strCaptionLanguageKey, "db/menu/caption/captionlanguage");
-    EXPECT_EQ(TTML::g_strAtsc3EnableKey, "db/menu/broadcasting/atsc3_enable");
-    EXPECT_EQ(TTML::g_strKoreaCaptionFeatureKey, "com.velmora/featureconf/caption.support_kor");
-    EXPECT_EQ(TTML::g_strChannelLockKey, "db/menu/broadcasting/channel_lock");
-}
 
 } // namespace
 

@@ -193,9 +193,9 @@ TEST_F(TaskEvents, AnIdleWorkerWaitsForOneSecondOfTheRealTimeClock)
     m_task.Start("Source");
     {
         // A time-out with nothing queued makes the worker look again and wait again.
-        FaultInjection timeouts(Call::COND_TIMEDWAIT, 1, 3, FaultScope::ANY_THREAD);
         CountingGate waits("the worker's waits timed out");
-        timeouts.SetAction([&] { waits.Add(); });
+        const FaultInjection timeouts(Call::COND_TIMEDWAIT, 1, 3, FaultScope::ANY_THREAD, 0,
+                                      [&] { waits.Add(); });
         m_task.SendEvent(Event(1)); // wakes the worker from the wait it may already be in
         waits.WaitFor(3);
     }

@@ -169,6 +169,7 @@ TEST_F(TaskReset, AFailedPostIsLoggedAndTheCallerReturns)
         EXPECT_EQ(fault.Failed(), 1U);
     }
     EXPECT_EQ(Processed(), Range(1, 3));
+    ScriptedLog::WaitFor("Error returned by sem_post");
     EXPECT_EQ(ScriptedLog::Substance(), (std::vector<std::string>{"E Error returned by sem_post"}));
     Post(m_task, 4, 6);
     m_task.Reset();
@@ -183,6 +184,7 @@ TEST_F(TaskReset, TheFailedPostIsTheWorkersLine)
         const FaultInjection fault(Call::SEM_POST, 1, 1, FaultScope::ANY_THREAD);
         m_task.Reset();
     }
+    ScriptedLog::WaitFor("Error returned by sem_post");
     EXPECT_EQ(ScriptedLog::TraceOf("Source"),
               (Trace{"m_ThreadRoutine: Enter", "m_Execute: Enter", "m_Execute: Error returned by sem_post"}));
 }

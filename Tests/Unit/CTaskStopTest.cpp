@@ -21,6 +21,14 @@ protected:
     std::unique_ptr<CTask> m_task = std::make_unique<CTask>();
 };
 
+// What a class that is derived from the task uses in its destructor.
+class OwnerTask : public CTask
+{
+public:
+    using CTask::t_HasWorker;
+    using CTask::t_TakeUnhandled;
+};
+
 const char* const kStopMessage = "Task: Stop task event: stopping infinite loop.";
 
 } // namespace
@@ -243,7 +251,7 @@ TEST_F(TaskDestruction, EventsThatAreStillQueuedReachNoCallback)
     EXPECT_EQ(CleanedUp(), Numbers{});
 }
 
-TEST_F(TaskDestruction, EventsBehindTheStopMarkerReachNoCallback)
+TEST_F(TaskDestruction, EventsBehindAMarkerReachNoCallback)
 {
     ConnectBoth(*m_task);
     m_task->Start("Source");
@@ -251,7 +259,26 @@ TEST_F(TaskDestruction, EventsBehindTheStopMarkerReachNoCallback)
     Post(*m_task, 1, 2);
     EXPECT_TRUE(m_task->SendEvent(nullptr));
     Post(*m_task, 3, 5);
-    ReleaseWorker();
+    // The worker goes on once the destructor has queued the stop marker.
+    ScriptedLog::On({"SendEvent", "Exit"}, [&] { ReleaseWorker(); });
+    m_task.reset();
+    EXPECT_EQ(Processed(), Range(1, 2));
+    EXPECT_EQ(CleanedUp(), Numbers{});
+}
+
+TEST_F(TaskDestruction, EventsReachNoCallbackEitherWhenTheWorkerEndsBeforeTheStop)
+{
+    ConnectBoth(*m_task);
+    m_task->Start("Source");
+    HoldWorker(*m_task);
+    Post(*m_task, 1, 2);
+    EXPECT_TRUE(m_task->SendEvent(nullptr));
+    Post(*m_task, 3, 5);
+    // The destructor has seen the worker run, and stops it when it has just ended.
+    ScriptedLog::On("Task still running. Stopping now.", [&] {
+        ReleaseWorker();
+        ScriptedLog::WaitFor({"m_ThreadRoutine", "Exit"});
+    });
     m_task.reset();
     EXPECT_EQ(Processed(), Range(1, 2));
     EXPECT_EQ(CleanedUp(), Numbers{});
@@ -273,4 +300,38 @@ TEST_F(TaskDestruction, TheIgnoredFlagIsTheClientsToSet)
     EXPECT_TRUE(m_task->IsTaskIgnored());
     m_task->SetTaskState(false);
     EXPECT_FALSE(m_task->IsTaskIgnored());
+}
+
+TEST_F(TaskStop, AnOwnerTakesWhatTheWorkerLeft)
+{
+    OwnerTask task;
+    ConnectBoth(task);
+    task.Start("Source");
+    EXPECT_TRUE(task.t_HasWorker());
+    HoldWorker(task);
+    Post(task, 1, 2);
+    EXPECT_TRUE(task.SendEvent(nullptr));
+    Post(task, 3, 4);
+    ScriptedLog::On({"SendEvent", "Exit"}, [&] { ReleaseWorker(); });
+    task.Stop();
+    EXPECT_FALSE(task.t_HasWorker());
+    EXPECT_EQ(Processed(), Range(1, 2));
+    EXPECT_EQ(task.t_TakeUnhandled(), Event(3));
+    EXPECT_EQ(task.t_TakeUnhandled(), Event(4));
+    EXPECT_EQ(task.t_TakeUnhandled(), nullptr);
+    EXPECT_EQ(CleanedUp(), Numbers{});
+}
+
+TEST_F(TaskStop, AnOwnerTakesEventsFromBetweenMarkers)
+{
+    OwnerTask task;
+    ConnectBoth(task);
+    EXPECT_TRUE(task.SendEvent(nullptr));
+    Post(task, 1, 1);
+    EXPECT_TRUE(task.SendEvent(nullptr));
+    Post(task, 2, 2);
+    EXPECT_TRUE(task.SendEvent(nullptr));
+    EXPECT_EQ(task.t_TakeUnhandled(), Event(1));
+    EXPECT_EQ(task.t_TakeUnhandled(), Event(2));
+    EXPECT_EQ(task.t_TakeUnhandled(), nullptr);
 }

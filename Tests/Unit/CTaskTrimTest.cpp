@@ -181,3 +181,30 @@ TEST_F(TaskTrim, TwoTrimsAtOnceNeverPopAnEmptyQueue)
     EXPECT_EQ(CleanedUp(), Range(1, 25));
     EXPECT_EQ(QueueSize(m_task), 0U);
 }
+
+TEST_F(TaskTrim, ABelatedTrimLeavesANewWorkersEventsAlone)
+{
+    Gate taken("the worker has taken the first event");
+    Gate goOn("the worker may go on");
+    m_onProcess = [&](int number) {
+        if (number == 1) {
+            taken.Open();
+            goOn.Wait();
+        }
+    };
+    ConnectBoth(m_task);
+    Post(m_task, 1, 20);
+    // The worker starts between the decision to trim and the trim.
+    ScriptedLog::On({"m_Clear", "Enter"}, [&] {
+        TestThread starter([&] { m_task.Start("Source"); });
+        starter.WaitUntilDone();
+        taken.Wait();
+        Post(m_task, 22, 25);
+    });
+    Post(m_task, 21, 21);
+    EXPECT_EQ(QueueSize(m_task), 24U);
+    goOn.Open();
+    m_task.Reset();
+    EXPECT_EQ(CleanedUp(), Numbers{});
+    EXPECT_EQ(Processed(), Range(1, 25));
+}

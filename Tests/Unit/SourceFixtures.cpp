@@ -332,6 +332,11 @@ TTML::IMutex* TaskMutex(TTML::CSourceTask& task)
     return Private<TaskTaskMutex>(task);
 }
 
+void ReplaceTaskMutex(TTML::CSourceTask& task, TTML::IMutex* mutex)
+{
+    Private<TaskTaskMutex>(task) = mutex;
+}
+
 TTML::CInbandData* InbandQueue(TTML::CSourceTask& task)
 {
     return Private<TaskInbandData>(task);

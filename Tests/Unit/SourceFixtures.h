@@ -145,6 +145,8 @@ bool IsPlayPending(TTML::CSourceTask& task);
 bool IsSeekStarted(TTML::CSourceTask& task);
 bool IsInband(TTML::CSourceTask& task);
 TTML::IMutex* TaskMutex(TTML::CSourceTask& task);
+// Puts another mutex in the place of the task mutex; the task destroys it in the end.
+void ReplaceTaskMutex(TTML::CSourceTask& task, TTML::IMutex* mutex);
 TTML::CInbandData* InbandQueue(TTML::CSourceTask& task);
 // What waits in a task's queue.
 std::deque<void*> Queued(TTML::CTask& task);

@@ -1,5 +1,6 @@
-// One thread is held at each line that it logs, in turn, while another thread gets as far as it can with an
-// invalidation or a destruction: whatever was under way, both return, and the outcome is the same.
+// One thread is held at each line that it logs and before and after each time that it has the task mutex, in
+// turn, while another thread gets as far as it can with an invalidation or a destruction: whatever was under
+// way, both return, and the outcome is the same.
 
 #include <atomic>
 #include <functional>
@@ -16,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "CSourceTask.h"
+#include "IMutex.h"
 #include "ScriptedPlatform.h"
 #include "SourceFixtures.h"
 
@@ -118,7 +120,7 @@ const std::vector<Scenario>& Scenarios()
     return scenarios;
 }
 
-// Runs the disturbance when the actor logs its line number `place`, and holds the actor there until the
+// Runs the disturbance when the actor comes to its place number `place`, and holds the actor there until the
 // disturbance is done or can get no further.
 class Disturbance
 {
@@ -129,10 +131,10 @@ public:
         , m_action(std::move(action))
     {}
 
-    // To be called at every line, on the thread that logs it.
+    // To be called at every place, on the thread that comes to it.
     void Meet()
     {
-        if (!m_armed || ThisThreadName() != m_actor || ++m_lines != m_place) {
+        if (!m_armed || ThisThreadName() != m_actor || ++m_places != m_place) {
             return;
         }
         m_met = true;
@@ -157,10 +159,50 @@ private:
     const std::function<void()> m_action;
     std::atomic<bool> m_armed{false};
     std::atomic<bool> m_met{false};
-    std::atomic<unsigned int> m_lines{0};
+    std::atomic<unsigned int> m_places{0};
     Gate m_mayBegin{"the disturbance may begin"};
     Gate m_begun{"the disturbance has begun"};
     std::unique_ptr<BlockedThread> m_thread;
+};
+
+// The task mutex, with a place before it is taken and one after it is released.
+class MeetingMutex : public TTML::IMutex
+{
+public:
+    MeetingMutex(IMutex* mutex, const std::shared_ptr<Disturbance>& disturbance)
+        : m_pMutex(mutex)
+        , m_disturbance(disturbance)
+    {}
+
+    int Lock() override
+    {
+        Meet();
+        return m_pMutex->Lock();
+    }
+    int Unlock() override
+    {
+        const int result = m_pMutex->Unlock();
+        Meet();
+        return result;
+    }
+    bool TryLock(unsigned long waitingTime) override { return m_pMutex->TryLock(waitingTime); }
+    void Destroy() override
+    {
+        m_pMutex->Destroy();
+        delete this;
+    }
+
+private:
+    void Meet()
+    {
+        // Other threads than the actor may come here at the end of a round.
+        if (const std::shared_ptr<Disturbance> disturbance = std::atomic_load(&m_disturbance)) {
+            disturbance->Meet();
+        }
+    }
+
+    IMutex* m_pMutex;
+    const std::shared_ptr<Disturbance>& m_disturbance;
 };
 
 class SourceInterleaving : public ::testing::TestWithParam<Scenario>
@@ -175,6 +217,7 @@ protected:
         m_client.reset();
         m_client = std::make_unique<ClientRecorder>();
         m_task = std::make_unique<CSourceTask>();
+        ReplaceTaskMutex(*m_task, new MeetingMutex(TaskMutex(*m_task), m_disturbance));
         m_task->RegisterCallBack(&ClientRecorder::Callback, m_client->UserData());
         m_task->StartSourceThread();
         GetParam().prepare(*m_task);
@@ -194,37 +237,42 @@ protected:
         return disturbance.IsMet();
     }
 
-    // Disturbs the scenario at each of the actor's lines in turn, with a check after each.
-    void AtEachLine(const std::function<void()>& action, const std::function<void()>& check,
-                    bool onlyAfterTheOperation)
+    // Disturbs the scenario at each of the actor's places in turn, with a check after each.
+    void AtEachPlace(const std::function<void()>& action, const std::function<void()>& check,
+                     bool onlyAfterTheOperation)
     {
         const std::set<std::string> messages = MessagesOfActor();
         for (unsigned int place = 1; !HasFailure(); ++place) {
-            SCOPED_TRACE("disturbed at line " + std::to_string(place) + " of " + GetParam().actor);
+            SCOPED_TRACE("disturbed at place " + std::to_string(place) + " of " + GetParam().actor);
             Prepare();
             const std::vector<pid_t> actors = ThreadsNamed(GetParam().actor);
-            Disturbance disturbance(GetParam().actor, place, action);
+            const auto disturbance = std::make_shared<Disturbance>(GetParam().actor, place, action);
             for (const auto& message : messages) {
-                ScriptedLog::On(LogMatch(message.c_str()), [&disturbance] { disturbance.Meet(); });
+                ScriptedLog::On(LogMatch(message.c_str()), [disturbance] { disturbance->Meet(); });
             }
+            std::atomic_store(&m_disturbance, disturbance);
             if (!onlyAfterTheOperation) {
-                disturbance.LetBegin();
+                disturbance->LetBegin();
             }
-            disturbance.Arm();
+            disturbance->Arm();
             GetParam().act(*m_task);
-            disturbance.LetBegin();
-            if (!ActorIsDisturbed(disturbance, actors.empty() ? 0 : actors.front())) {
-                ScriptedLog::Reset();
+            disturbance->LetBegin();
+            const bool disturbed = ActorIsDisturbed(*disturbance, actors.empty() ? 0 : actors.front());
+            if (disturbed) {
+                disturbance->Finish();
+            }
+            ScriptedLog::Reset();
+            std::atomic_store(&m_disturbance, std::shared_ptr<Disturbance>());
+            if (!disturbed) {
                 EXPECT_GT(place, 3U) << "the actor is hardly ever disturbed";
                 return;
             }
-            disturbance.Finish();
-            ScriptedLog::Reset();
             check();
         }
     }
 
     std::unique_ptr<ClientRecorder> m_client;
+    std::shared_ptr<Disturbance> m_disturbance; // accessed atomically
     std::unique_ptr<CSourceTask> m_task;
 
 private:
@@ -263,7 +311,7 @@ TEST_P(SourceInterleaving, AnInvalidationLeavesNothingRunning)
         PushSample(*m_task);
         m_client->WaitForCode(0);
     };
-    AtEachLine([this] { EXPECT_EQ(m_task->Invalidate(), 0U); }, check, false);
+    AtEachPlace([this] { EXPECT_EQ(m_task->Invalidate(), 0U); }, check, false);
 }
 
 // A client calls nothing of a source that it destroys, so only the source's own threads are met.
@@ -273,7 +321,7 @@ class SourceInterleavingDestruction : public SourceInterleaving
 TEST_P(SourceInterleavingDestruction, ReturnsAndEndsEverything)
 {
     const int threads = LiveThreads();
-    AtEachLine([this] { m_task.reset(); }, [&] { EXPECT_EQ(LiveThreads(), threads); }, true);
+    AtEachPlace([this] { m_task.reset(); }, [&] { EXPECT_EQ(LiveThreads(), threads); }, true);
 }
 
 std::vector<Scenario> ScenariosOfOwnThreads()
