@@ -44,8 +44,8 @@ protected:
 
 // The media time, in milliseconds, of a TTML time expression (W3C TTML2, clock time or offset time).
 // `frameRate` is in frames per second and `tickRate` in ticks per second; 0 stands for TTML's default (30
-// frames; 1 tick, or as many ticks as frames where a frame rate is given). An expression that is none yields 0. Any thread; does not throw; does not depend on
-// the process's locale.
+// frames; 1 tick, or as many ticks as frames where a frame rate is given). An expression that is none yields
+// 0. Any thread; does not throw; does not depend on the process's locale.
 TTML_PLATFORM_EXPORT long long ConvertTimeExpressionToMS(const std::string& expression, double frameRate,
                                                          int tickRate);
 

@@ -233,7 +233,8 @@ FIELD(CBBSource, m_pPlayer)
 int main()
 {
     std::vector<SEntry>& entries = Entries();
-    std::sort(entries.begin(), entries.end(), [](const SEntry& a, const SEntry& b) { return a.line < b.line; });
+    std::sort(entries.begin(), entries.end(),
+              [](const SEntry& a, const SEntry& b) { return a.line < b.line; });
 
     const SEntry* previous = nullptr;
     bool ordered = true;

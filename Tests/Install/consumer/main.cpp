@@ -8,8 +8,7 @@
 
 // The client side of a platform's player handle; the library never looks inside.
 struct player_s
-{
-};
+{};
 
 int main()
 {
