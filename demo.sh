@@ -7,14 +7,14 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 
 ensure_packages build demo
 mkdir -p build
-echo "== Building (the first time takes a minute or two)"
-build_preset release ttmlsrc > build/demo.log 2>&1 || { cat build/demo.log >&2; exit 1; }
-client=build/release/bin/ttmlsrc
+echo "== Building (a minute the first time)"
+build_preset demo > build/demo.log 2>&1 || { cat build/demo.log >&2; exit 1; }
+client=build/demo/bin/ttmlsrc
 
 # A real HTTP server on a free loopback port, which it prints first; it ends when this script does, because
 # its standard input ends then.
 coproc SERVER { exec python3 Tests/Support/http_server.py --until-stdin-closes --root Samples; }
-read -r port <&"${SERVER[0]}"
+read -r port <&"${SERVER[0]}" || { echo "demo.sh: the HTTP server of the demo did not start" >&2; exit 1; }
 export no_proxy=127.0.0.1
 base=http://127.0.0.1:$port/files
 

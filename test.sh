@@ -29,9 +29,10 @@ done
 
 ensure_packages build demo test cross
 if [ "$tidy" = yes ]; then
-    ensure_packages tidy
-    build_preset release
-    Tools/check-style.sh build/release
+    ensure_packages tidy bench
+    # Of all presets the one with everything but the tests; it need not be built for this.
+    configure_preset bench
+    Tools/check-style.sh build/bench
 fi
 
 export ASAN_OPTIONS="detect_stack_use_after_return=1:strict_string_checks=1:${ASAN_OPTIONS:-}"

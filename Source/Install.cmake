@@ -16,5 +16,7 @@ install(
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/TTMLSource
 )
 
+# Relative, so that the installed tree can be moved.
+file(RELATIVE_PATH TTML_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/ttmlsource.pc.in" "${PROJECT_BINARY_DIR}/ttmlsource.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/ttmlsource.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -8,6 +8,7 @@ build cmake build system (3.25 or newer)
 build ninja-build build tool
 build ccache quick rebuilds
 build pkg-config finds libraries
+build ca-certificates trusting HTTPS servers
 build libcurl4-openssl-dev fetching documents over HTTP
 build libavformat-dev reading media files and streams
 build libavcodec-dev reading media files and streams
@@ -18,11 +19,13 @@ build nlohmann-json3-dev the client's JSON output
 demo python3 HTTP server of the demo
 test libgtest-dev unit tests
 test python3 HTTP server of the end-to-end tests
+test locales locale with a decimal comma for the number tests
 test openssl certificates of the TLS tests
 cross g++-arm-linux-gnueabihf layout check for 32-bit targets
 cross qemu-user runs the layout check
 tidy clang-tidy static checks
 tidy clang-format formatting checks
+tidy git lists the files to check
 bench libbenchmark-dev benchmarks
 "
 
@@ -57,17 +60,21 @@ ensure_packages() {
     rm -f "$log"
 }
 
-# Configures a preset once and builds it; later runs only build. Further arguments are build targets.
-build_preset() {
+# Configures a preset once; later calls do nothing.
+configure_preset() {
     local preset=$1
     shift
     if [ ! -f "build/$preset/build.ninja" ]; then
-        cmake --preset "$preset" > "build-$preset.log" 2>&1 || {
-            cat "build-$preset.log" >&2
-            rm -f "build-$preset.log"
+        mkdir -p build
+        cmake --preset "$preset" > "build/$preset.configure.log" 2>&1 || {
+            cat "build/$preset.configure.log" >&2
             return 1
         }
-        rm -f "build-$preset.log"
     fi
-    cmake --build --preset "$preset" -j "${TTML_JOBS:-2}" "$@"
+}
+
+# Configures a preset where that is still to be done, and builds it. Further arguments go to cmake --build.
+build_preset() {
+    configure_preset "$1"
+    cmake --build --preset "$1" -j "${TTML_JOBS:-2}" "${@:2}"
 }

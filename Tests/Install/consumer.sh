@@ -22,6 +22,10 @@ cmake -S "$source/Tests/Install/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="
 cmake --build "$work/cmake" > "$work/build.log" || { cat "$work/build.log" >&2; exit 1; }
 expect "$work/cmake/consumer" "the CMake package"
 
+# The pkg-config file finds the tree wherever it is put, library folder and all.
+[ "$(PKG_CONFIG_PATH="$libdir/pkgconfig" pkg-config --variable=libdir ttmlsource | xargs realpath)" = \
+    "$(realpath "$libdir")" ] || { echo "pkg-config gives another library folder" >&2; exit 1; }
+
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 [ "$(pkg-config --modversion ttmlsource)" = 1.0.0 ] || { echo "pkg-config gives another version" >&2; exit 1; }
 # shellcheck disable=SC2046,SC2086

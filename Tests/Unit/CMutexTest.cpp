@@ -188,7 +188,7 @@ TEST(MutexDeathTest, NoMemoryStopsTheProcessWithTheAssertion)
             IMutex::Create();
         },
         ::testing::KilledBySignal(SIGABRT),
-        "Common/Src/CMutex\\.cpp:[0-9]+: static TTML::IMutex\\* TTML::IMutex::Create\\(\\): "
+        ": Common/Src/CMutex\\.cpp:[0-9]+: static TTML::IMutex\\* TTML::IMutex::Create\\(\\): "
         "Assertion `o' failed\\.");
 }
 

@@ -228,6 +228,7 @@ TEST_F(TrackOrder, APauseThatCannotBeQueuedDoesNotWaitForTheTrack)
     unsigned int filled = 0;
     m_client.On(0, [&] {
         m_task->PlayTrack(2, "", nullptr);
+        ScriptedLog::WaitFor({"m_StopTrack", "State is: [3]"});
         WaitUntilBlocked("Source");
         const FaultInjection noMemory(Call::NEW, 1, FaultInjection::kAll);
         while (filled < 1000 && m_task->SeekCompleted() == 0) {

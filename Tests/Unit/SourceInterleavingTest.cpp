@@ -12,7 +12,6 @@
 #include <vector>
 
 #include <pthread.h>
-#include <sys/types.h>
 
 #include <gtest/gtest.h>
 
@@ -138,6 +137,7 @@ public:
             return;
         }
         m_met = true;
+        m_settled.Open();
         m_mayBegin.Wait();
         m_thread = std::make_unique<BlockedThread>(m_action);
         m_begun.Open();
@@ -145,7 +145,14 @@ public:
 
     void Arm() { m_armed = true; }
     void LetBegin() { m_mayBegin.Open(); }
-    bool IsMet() const { return m_met; }
+    // The actor has done everything: there are no more places. On the actor, or when that has ended.
+    void End()
+    {
+        m_armed = false;
+        m_settled.Open();
+    }
+    // Waits until the actor has come to the place or to the end; true for the place.
+    bool IsMet() const { return m_settled.Wait() && m_met; }
     void Finish()
     {
         if (m_begun.Wait()) {
@@ -160,6 +167,7 @@ private:
     std::atomic<bool> m_armed{false};
     std::atomic<bool> m_met{false};
     std::atomic<unsigned int> m_places{0};
+    Gate m_settled{"the actor comes to the place or to the end"};
     Gate m_mayBegin{"the disturbance may begin"};
     Gate m_begun{"the disturbance has begun"};
     std::unique_ptr<BlockedThread> m_thread;
@@ -227,14 +235,25 @@ protected:
         }
     }
 
-    // Waits until the actor, undisturbed, has done everything; true when it was disturbed before that.
-    bool ActorIsDisturbed(const Disturbance& disturbance, pid_t actor) const
+    // Does the scenario's operation, and has the actor tell when it is done with it.
+    void Act()
     {
-        if (GetParam().actor == "Actor") {
-            return disturbance.IsMet(); // it ended within the operation
+        GetParam().act(*m_task);
+        if (GetParam().actor == "Source") {
+            m_task->SendEventToSourceThread(
+                this, [](int, void* test) { static_cast<SourceInterleaving*>(test)->End(); });
+        } else if (GetParam().actor == "Inband") {
+            PushSample(*m_task); // the third one, at whose delivery the actor ends
+        } else {
+            End(); // the actor is joined
         }
-        WaitUntilBlocked(actor);
-        return disturbance.IsMet();
+    }
+
+    void End()
+    {
+        if (const std::shared_ptr<Disturbance> disturbance = std::atomic_load(&m_disturbance)) {
+            disturbance->End();
+        }
     }
 
     // Disturbs the scenario at each of the actor's places in turn, with a check after each.
@@ -244,20 +263,17 @@ protected:
         const std::set<std::string> messages = MessagesOfActor();
         for (unsigned int place = 1; !HasFailure(); ++place) {
             SCOPED_TRACE("disturbed at place " + std::to_string(place) + " of " + GetParam().actor);
-            Prepare();
-            const std::vector<pid_t> actors = ThreadsNamed(GetParam().actor);
-            const auto disturbance = std::make_shared<Disturbance>(GetParam().actor, place, action);
+            const auto disturbance = NewRound(place, action);
             for (const auto& message : messages) {
                 ScriptedLog::On(LogMatch(message.c_str()), [disturbance] { disturbance->Meet(); });
             }
-            std::atomic_store(&m_disturbance, disturbance);
             if (!onlyAfterTheOperation) {
                 disturbance->LetBegin();
             }
             disturbance->Arm();
-            GetParam().act(*m_task);
+            Act();
             disturbance->LetBegin();
-            const bool disturbed = ActorIsDisturbed(*disturbance, actors.empty() ? 0 : actors.front());
+            const bool disturbed = disturbance->IsMet();
             if (disturbed) {
                 disturbance->Finish();
             }
@@ -276,15 +292,28 @@ protected:
     std::unique_ptr<CSourceTask> m_task;
 
 private:
+    // A prepared task and a disturbance for it, which is not armed yet.
+    std::shared_ptr<Disturbance> NewRound(unsigned int place, const std::function<void()>& action)
+    {
+        Prepare();
+        const auto disturbance = std::make_shared<Disturbance>(GetParam().actor, place, action);
+        std::atomic_store(&m_disturbance, disturbance);
+        if (GetParam().actor == "Inband") {
+            m_client->On(TTML::CALLBACK_DATA, [this] {
+                if (m_client->CountOf(TTML::CALLBACK_DATA) == 3) {
+                    End();
+                }
+            });
+        }
+        return disturbance;
+    }
+
     // The messages that the actor logs undisturbed.
     std::set<std::string> MessagesOfActor()
     {
-        Prepare();
-        const std::vector<pid_t> actors = ThreadsNamed(GetParam().actor);
-        GetParam().act(*m_task);
-        if (!actors.empty()) {
-            WaitUntilBlocked(actors.front());
-        }
+        const auto disturbance = NewRound(0, [] {});
+        Act();
+        EXPECT_FALSE(disturbance->IsMet());
         std::set<std::string> messages;
         for (const auto& line : ScriptedLog::Lines()) {
             if (line.thread == GetParam().actor) {
