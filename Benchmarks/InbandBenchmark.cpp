@@ -95,7 +95,8 @@ void Plain(benchmark::State& state, PlainWorker::Processor processor, int lines)
         for (std::size_t i = 0; i < kBatch; ++i) {
             WriteLines(lines);
             // From a zero-terminated text, as the player gives it.
-            worker.Post(new std::string(document.c_str()));
+            const char* const text = document.c_str();
+            worker.Post(new std::string(text));
         }
         countdown.Wait();
     }

@@ -68,6 +68,7 @@ int Run(int argc, char** argv)
                                           "--benchmark_min_time=0.02"};
     arguments.insert(arguments.end(), argv + 1, argv + argc);
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size());
     for (std::string& argument : arguments) {
         pointers.push_back(argument.data());
     }

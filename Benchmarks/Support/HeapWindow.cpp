@@ -69,7 +69,8 @@ long long ResidentBytes()
     long long resident = 0;
     std::FILE* const file = std::fopen("/proc/self/statm", "r");
     if (file != nullptr) {
-        if (std::fscanf(file, "%lld %lld", &total, &resident) != 2) {
+        // The kernel's own numbers, always in range.
+        if (std::fscanf(file, "%lld %lld", &total, &resident) != 2) { // NOLINT(cert-err34-c)
             resident = 0;
         }
         (void)std::fclose(file);

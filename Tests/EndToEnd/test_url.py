@@ -138,7 +138,7 @@ class DocumentsAtAUrl(Case):
         for arguments in (("broadband",), ("broadband", "--url", "a", "--media", "b"),
                           ("broadband", "--url", "a", "--dnt", "3"),
                           ("broadband", "--url", "a", "--script", "dance"),
-                          ("broadband", "--url", "a", "--fast"), ("nonsense",), ()):
+                          ("broadband", "--url", "a", "--fast"), ("broadband", "--url", "a", "--out", ""), ("nonsense",), ()):
             run = self.run_client(*arguments)
             self.assertEqual((run.status, run.out), (2, ""), arguments)
             self.assertNotEqual(run.err, "")
