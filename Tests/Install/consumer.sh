@@ -17,7 +17,7 @@ expect() {
     echo "consumer built with $2: $said"
 }
 
-cmake -S "$source/Tests/Install/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" \
+cmake -G Ninja -S "$source/Tests/Install/consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" \
     -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_CXX_FLAGS="$flags" > "$work/configure.log"
 cmake --build "$work/cmake" > "$work/build.log" || { cat "$work/build.log" >&2; exit 1; }
 expect "$work/cmake/consumer" "the CMake package"
