@@ -51,17 +51,21 @@ private:
 } // namespace TTML
 
 #define TTML_LOG_TAG "TTML"
+#define TTML_LOG_YELLOW "\033[01;33m"
+#define TTML_LOG_RED "\033[01;31m"
+#define TTML_LOG_RESET "\033[0m"
 #define TTML_LOG_PREFIX "%s: %s(%d) > Thread:[%s %lu] ["
 
 #define TTML_LOG_ARGUMENTS(file, function, line)                                                             \
     file, function, line, ::TTML::CThreadName().c_str(), static_cast<unsigned long>(pthread_self())
 #define TTML_LOG_HERE TTML_LOG_ARGUMENTS(::TTML::LogFileName(__FILE__), __func__, __LINE__)
 
-#define TTML_LOG_PLAIN(level, on, off, message)                                                              \
-    __dlog_print(PLATFORM_LOG_MAIN, level, TTML_LOG_TAG, TTML_LOG_PREFIX on message off "]", TTML_LOG_HERE)
+// What follows `message`: the arguments of the prefix, then those of the message.
+#define TTML_LOG_AT(level, on, off, message, ...)                                                            \
+    __dlog_print(PLATFORM_LOG_MAIN, level, TTML_LOG_TAG, TTML_LOG_PREFIX on message off "]", __VA_ARGS__)
+#define TTML_LOG_PLAIN(level, on, off, message) TTML_LOG_AT(level, on, off, message, TTML_LOG_HERE)
 #define TTML_LOG_WITH(level, on, off, message, ...)                                                          \
-    __dlog_print(PLATFORM_LOG_MAIN, level, TTML_LOG_TAG, TTML_LOG_PREFIX on message off "]", TTML_LOG_HERE,  \
-                 __VA_ARGS__)
+    TTML_LOG_AT(level, on, off, message, TTML_LOG_HERE, __VA_ARGS__)
 // Picks the form for a message without or with arguments; ISO C++17 has no other way to leave out a comma.
 #define TTML_LOG_SELECT(m, a1, a2, a3, a4, a5, a6, a7, a8, form, ...) form
 #define TTML_LOG_LINE(level, on, off, ...)                                                                   \
@@ -71,14 +75,13 @@ private:
 
 // One macro a level: info plain, warnings yellow, errors red.
 #define TTML_LOGI(...) TTML_LOG_LINE(PLATFORM_LOG_INFO, "", "", __VA_ARGS__)
-#define TTML_LOGW(...) TTML_LOG_LINE(PLATFORM_LOG_WARNING, "\033[01;33m", "\033[0m", __VA_ARGS__)
-#define TTML_LOGE(...) TTML_LOG_LINE(PLATFORM_LOG_ERROR, "\033[01;31m", "\033[0m", __VA_ARGS__)
+#define TTML_LOGW(...) TTML_LOG_LINE(PLATFORM_LOG_WARNING, TTML_LOG_YELLOW, TTML_LOG_RESET, __VA_ARGS__)
+#define TTML_LOGE(...) TTML_LOG_LINE(PLATFORM_LOG_ERROR, TTML_LOG_RED, TTML_LOG_RESET, __VA_ARGS__)
 
 // A warning without arguments that a helper writes for the operation that called it.
 #define TTML_LOGW_FOR(function, message)                                                                     \
-    __dlog_print(PLATFORM_LOG_MAIN, PLATFORM_LOG_WARNING, TTML_LOG_TAG,                                      \
-                 TTML_LOG_PREFIX "\033[01;33m" message "\033[0m]",                                           \
-                 TTML_LOG_ARGUMENTS(::TTML::LogFileName(__FILE__), function, __LINE__))
+    TTML_LOG_AT(PLATFORM_LOG_WARNING, TTML_LOG_YELLOW, TTML_LOG_RESET, message,                              \
+                TTML_LOG_ARGUMENTS(::TTML::LogFileName(__FILE__), function, __LINE__))
 
 #define TTML_LOG_SCOPE() const ::TTML::CLogScope logScope(::TTML::LogFileName(__FILE__), __func__, __LINE__)
 

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "FailingAllocation.h"
+#include "FaultInjection.h"
 #include "FetchFixture.h"
 #include "ResolverGate.h"
 #include "TemporaryFolder.h"
@@ -262,8 +262,9 @@ TEST_F(FetchFailureTest, LeavesTheFetcherUsable)
 
 TEST_F(FetchFailureTest, NoMemoryForAFetcher)
 {
-    const FailingAllocation noMemory(1);
+    const FaultInjection noMemory(Call::NEW_NOTHROW);
     EXPECT_EQ(TTML::IFileUtil::Create(), nullptr);
+    EXPECT_EQ(noMemory.Failed(), 1U);
 }
 
 TEST_F(FetchFailureTest, NoMemoryForTheRequestHeader)
@@ -273,9 +274,9 @@ TEST_F(FetchFailureTest, NoMemoryForTheRequestHeader)
     fetcher->SetRequestHeader("DNT: 0");
     const CaptureStderr log;
     {
-        const FailingAllocation noMemory(1);
+        const FaultInjection noMemory(Call::NEW);
         fetcher->SetRequestHeader("X-A-Header-That-Is-Too-Long-For-A-Small-String: 1");
-        EXPECT_TRUE(noMemory.Failed());
+        EXPECT_EQ(noMemory.Failed(), 1U);
     }
     EXPECT_EQ(log.LogLines(),
               std::vector<std::string>{"W TTMLHOST: No memory for the request header; it is not sent"});
@@ -300,9 +301,9 @@ TEST_F(FetchFailureTest, NoMemoryForAnyStepOfAFailure)
         unsigned long length = 0;
         char* text = nullptr;
         {
-            const FailingAllocation noMemory(step);
+            const FaultInjection noMemory(Call::NEW, step);
             text = fetcher->Fetch(url.c_str(), "tests/1.0", &length);
-            failed = noMemory.Failed();
+            failed = noMemory.Failed() != 0;
         }
         EXPECT_EQ(text, nullptr);
         EXPECT_EQ(log.LogLines().size(), 1U) << step;
