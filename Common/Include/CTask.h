@@ -68,6 +68,10 @@ protected:
     bool t_HasWorker();
     // Removes and returns the oldest event that no worker will take any more, null when there is none.
     void* t_TakeUnhandled();
+    // Has the worker handle what is queued and waits for its end, without a line on the log: for an owner
+    // that is being destroyed and must have no worker left before its first part goes. A Stop() that follows
+    // logs as if it had ended the worker itself.
+    void t_EndWorker();
 
 private:
     enum EStartPhase
@@ -121,6 +125,8 @@ private:
     CCountedSemaphore m_resetSignal{&m_resetSemaphore};
     bool m_bJoinable = false;        // a worker was created and not joined; guarded by m_lifecycleMutex
     bool m_bDestroying = false;      // touched by the destroying thread only, once it is set
+    bool m_bEndedEarly = false;      // t_EndWorker() ended the worker; guarded by m_lifecycleMutex
+    int m_nEarlyResult = 0;          // of the join then; guarded by m_lifecycleMutex
     bool m_bConsuming = false;       // the loop takes entries; guarded by m_queueMutex
     std::size_t m_nResetMarkers = 0; // of Resets, not yet met by the loop; guarded by m_queueMutex
     // Markers for which the queue could not grow take effect once the entries ahead of them are gone.

@@ -46,6 +46,8 @@ private:
     const char* m_file;
     const char* m_function;
     int m_line;
+    // Asked for once: a system call, and the same thread on both lines.
+    const CThreadName m_thread;
 };
 
 } // namespace TTML

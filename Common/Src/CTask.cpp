@@ -155,9 +155,10 @@ void CTask::Stop()
         // Held across the join, so that of two Stops only one joins and the other returns after it, and so
         // that no Start creates a worker which this call's marker would end.
         const CPthreadGuard lifecycle(&m_lifecycleMutex);
-        if (m_IsRunning() || m_IsPreparing()) {
+        if (m_IsRunning() || m_bEndedEarly || m_IsPreparing()) {
             SendEvent(nullptr);
-            const int result = m_JoinWorker();
+            const int result = m_bEndedEarly ? m_nEarlyResult : m_JoinWorker();
+            m_bEndedEarly = false;
             if (result != 0) {
                 char buffer[128] = {};
                 TTML_LOGW("pthread_join FAILED with errorCode: [%d][%s]!", result,
@@ -306,6 +307,20 @@ void* CTask::t_TakeUnhandled()
         }
     }
     return nullptr;
+}
+
+void CTask::t_EndWorker()
+{
+    const CPthreadGuard lifecycle(&m_lifecycleMutex);
+    if (!t_HasWorker()) {
+        return;
+    }
+    m_Push(nullptr);
+    m_nEarlyResult = m_JoinWorker();
+    m_SetPreparing(false);
+    m_bEndedEarly = true;
+    const CPthreadGuard queue(&m_queueMutex);
+    m_PurgeMarkers();
 }
 
 bool CTask::m_Push(void* event)

@@ -15,14 +15,14 @@ CLogScope::CLogScope(const char* file, const char* function, int line)
     , m_function(function)
     , m_line(line)
 {
-    __dlog_print(PLATFORM_LOG_MAIN, PLATFORM_LOG_INFO, TTML_LOG_TAG, TTML_LOG_PREFIX "Enter]",
-                 TTML_LOG_ARGUMENTS(m_file, m_function, m_line));
+    __dlog_print(PLATFORM_LOG_MAIN, PLATFORM_LOG_INFO, TTML_LOG_TAG, TTML_LOG_PREFIX "Enter]", m_file,
+                 m_function, m_line, m_thread.c_str(), static_cast<unsigned long>(pthread_self()));
 }
 
 CLogScope::~CLogScope()
 {
-    __dlog_print(PLATFORM_LOG_MAIN, PLATFORM_LOG_INFO, TTML_LOG_TAG, TTML_LOG_PREFIX "Exit]",
-                 TTML_LOG_ARGUMENTS(m_file, m_function, m_line));
+    __dlog_print(PLATFORM_LOG_MAIN, PLATFORM_LOG_INFO, TTML_LOG_TAG, TTML_LOG_PREFIX "Exit]", m_file,
+                 m_function, m_line, m_thread.c_str(), static_cast<unsigned long>(pthread_self()));
 }
 
 } // namespace TTML
