@@ -2,6 +2,9 @@
 
 install(TARGETS ttmlsource EXPORT TTMLSourceTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY Include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ttmlsource FILES_MATCHING PATTERN "*.h")
+# Part of the layout of a source: the TV service's records.
+install(FILES "${TTML_PLATFORM_INCLUDE_DIR}/PlatformTvServiceData.h"
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ttmlsource)
 install(EXPORT TTMLSourceTargets NAMESPACE TTMLSource:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/TTMLSource)
 
 configure_package_config_file(

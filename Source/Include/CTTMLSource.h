@@ -74,6 +74,11 @@ protected:
     virtual void t_NotifyUnRegisterMenuCB();
     virtual void t_NotifySetMenuLang();
 
+    // For the destructors of derived sources whose operations run on the source thread: has everything queued
+    // handled and ends the thread, so that none of them runs on an object that is half gone. Nothing else may
+    // be called on this base afterwards.
+    void t_EndSourceThread();
+
 private:
     CSourceTask* m_pSourceTask;                     // null only when there was no memory for it
     std::list<std::string> m_listDownloadableFonts; // filled only while OnErrorDownloadableFonts() runs

@@ -19,7 +19,8 @@ public:
     virtual bool RegisterCallBack(void (*callback)(int event, void* data), void* userData) = 0;
 
     // Removes callback and user data. Any thread. A callback that is already being made ends on its own;
-    // after Invalidate() no data or notice of a track is under way any more, and after Destroy() nothing is.
+    // after Invalidate() no data or notice of a track is under way any more (data of a broadcast source end
+    // with OnStop() instead), and after Destroy() nothing is.
     virtual void UnRegisterCallBack() = 0;
 
     // Writes the current media time in milliseconds, as the client renders against it. Any thread.

@@ -31,7 +31,8 @@ public:
     // Goes on with a paused track, or starts one that was played meanwhile. Answered with code 4.
     virtual void ResumeTrack() = 0;
     // Stops the data path, waits until all queued commands are done (a fetch under way included), makes
-    // the source refuse further plays until OnStart(), and calls back with code 5.
+    // the source refuse further plays until OnStart(), and calls back with code 5. A broadcast source that is
+    // subscribed takes OnStop() and OnStart() to play again, and its data go on until then.
     virtual void Invalidate() = 0;
     // `position` is a media time in milliseconds, on the scale of GetVideoCurrentTime(). Answered with
     // code 6; until SeekCompleted() a second one is refused.
@@ -60,7 +61,8 @@ public:
     // thread is then left as it is and only the track's state is set anew.
     virtual void OnStart() = 0;
     // Waits until the source thread has handled every command queued so far, a fetch included; at once
-    // when the thread was not started. The thread itself ends when the source is destroyed.
+    // when the thread was not started. The thread itself ends when the source is destroyed. A broadcast
+    // source ends its subscriptions instead.
     virtual void OnStop() = 0;
     // The caption becomes visible or hidden: calls back at once, with code 11 or 12, on this thread.
     virtual void OnShow() = 0;

@@ -18,8 +18,7 @@ enum ECallbackCode
     // thread that brings the data: the source thread for a document at a URL, the thread "Inband" for
     // samples, the platform's thread for broadcast data.
     CALLBACK_DATA = 0,
-    // A track started; `data` is a const TTMLStartNotice*, valid during the call. For a broadcast source
-    // this and the stop inside a play may come on the platform's thread.
+    // A track started; `data` is a const TTMLStartNotice*, valid during the call.
     CALLBACK_STARTED = 1,
     // A track stopped.
     CALLBACK_STOPPED = 2,

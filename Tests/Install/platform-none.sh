@@ -13,7 +13,8 @@ cmake -S "$source" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$cxx" -DTTML_
 cmake --build "$work/build" --target ttmlsource > "$work/build.log" || { cat "$work/build.log" >&2; exit 1; }
 
 undefined=$(nm -DC --undefined-only "$work/build/lib/libttmlsource.so")
-for symbol in __dlog_print player_get_play_position_ex player_get_adaptive_streaming_info \
+for symbol in __dlog_print player_get_play_position_ex player_get_adaptive_streaming_info vconf_get_bool \
+    svc_pvr_register_signal_cb_in_list aul_app_get_pkgname_bypid TVServiceAPI::CreateDataControl \
     player_get_base_time 'TTML::IFileUtil::Create()' 'TTML::ConvertTimeExpressionToMS'; do
     grep -qF "$symbol" <<< "$undefined" || { echo "$symbol is not left to the platform" >&2; exit 1; }
 done

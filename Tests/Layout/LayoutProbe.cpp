@@ -10,13 +10,17 @@
 #include <vector>
 
 #include "CBBSource.h"
+#include "CBCSource.h"
+#include "CDVBSource.h"
 #include "CInbandData.h"
 #include "CMutex.h"
+#include "CPESParser.h"
 #include "CSourceHolder.h"
 #include "CSourceTask.h"
 #include "CTTMLSource.h"
 #include "CTask.h"
 #include "Lock.h"
+#include "PlatformTvService.h"
 #include "SourceEvents.h"
 #include "TCallback.h"
 #include "TTMLCallback.h"
@@ -92,6 +96,9 @@ const bool TRecord<Tag, Member>::recorded =
 #define SLOT(Class, Operation) ENTRY("slot", Class, #Operation, &TTML::Class::Operation)
 #define SLOT_OF(Class, Operation, Type)                                                                      \
     ENTRY("slot", Class, #Operation " " #Type, static_cast<Type>(&TTML::Class::Operation))
+
+// The platform's closed interfaces, which are used by the places of their operations.
+#define PLATFORM_SLOT(Class, Operation) ENTRY("slot", Class, #Operation, &TVServiceAPI::Class::Operation)
 
 using Extra = TTML::TTMLSubtitleExtraData;
 
@@ -227,6 +234,38 @@ FIELD(CTTMLSource, m_pSourceTask)
 FIELD(CTTMLSource, m_listDownloadableFonts)
 
 FIELD(CBBSource, m_pPlayer)
+
+SLOT(CBCSource, t_RegisterTVSCallbacks)
+SLOT(CBCSource, t_UnregisterTVSCallbacks)
+SLOT(CBCSource, t_TVSSignalCBHandler)
+SLOT(CBCSource, t_SubscribeTTML)
+SLOT(CBCSource, t_UnSubscribeTTML)
+SLOT(CBCSource, t_GetServiceInfo)
+SLOT(CBCSource, t_PvrSignalCbHandler)
+SLOT(CBCSource, t_IsPvrPlayerMode)
+SLOT(CBCSource, t_IsSourceTypeSupported)
+FIELD(CBCSource, m_nStateFlags)
+FIELD(CBCSource, t_bIsSubscribed)
+FIELD(CBCSource, t_pSigSubscriber)
+
+FIELD(DvbTTMLData, pts)
+FIELD(DvbTTMLData, mediaSegmentTime)
+FIELD(DvbTTMLData, segmentCount)
+FIELD(DvbTTMLData, segments)
+
+FIELD(CDVBSource, m_pPESParser)
+FIELD(CDVBSource, m_nTTMLProfile)
+FIELD(CDVBSource, m_pTimeMutex)
+FIELD(CDVBSource, m_ullPts)
+FIELD(CDVBSource, m_ullMediaTime)
+FIELD(CDVBSource, m_strLastSegment)
+
+PLATFORM_SLOT(ISignalSubscriber, Subscribe)
+PLATFORM_SLOT(ISignalSubscriber, Unsubscribe)
+PLATFORM_SLOT(IDataSubscriber, SubscribeCaption)
+PLATFORM_SLOT(IDataSubscriber, UnsubscribeCaption)
+PLATFORM_SLOT(IATSC3DataControl, GetMpdData)
+PLATFORM_SLOT(IDataControl, GetCurrentCaption)
 
 } // namespace
 

@@ -45,6 +45,9 @@ public:
     void StartSourceThread();
     // Waits until everything queued so far has been handled.
     void StopSourceThread();
+    // Has everything queued handled and ends the source thread, silently, ahead of the destruction. Nothing
+    // may be called afterwards.
+    void EndSourceThread();
 
     // Queue a command. Return 0, or 1 when there was no memory.
     unsigned int PlayTrack(unsigned int trackId, const char* url, const char* descriptor);

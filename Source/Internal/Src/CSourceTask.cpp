@@ -103,6 +103,11 @@ void CSourceTask::StopSourceThread()
     Reset();
 }
 
+void CSourceTask::EndSourceThread()
+{
+    t_EndWorker();
+}
+
 // Commands: each becomes an event of the source thread.
 
 unsigned int CSourceTask::PlayTrack(unsigned int trackId, const char* url, const char* descriptor)

@@ -272,4 +272,11 @@ void CTTMLSource::t_NotifySetMenuLang()
     }
 }
 
+void CTTMLSource::t_EndSourceThread()
+{
+    if (m_pSourceTask != nullptr) {
+        m_pSourceTask->EndSourceThread();
+    }
+}
+
 } // namespace TTML
