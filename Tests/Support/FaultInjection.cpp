@@ -35,6 +35,7 @@ int DefaultError(Call kind)
         return EAGAIN;
     case Call::NEW:
     case Call::NEW_NOTHROW:
+    case Call::C_ALLOCATION:
     case Call::MUTEX_INIT:
         return ENOMEM;
     case Call::MUTEX_UNLOCK:

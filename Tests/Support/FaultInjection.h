@@ -12,6 +12,7 @@ enum class Call
 {
     NEW,            // throwing operator new, also of arrays: std::bad_alloc
     NEW_NOTHROW,    // operator new(std::nothrow): null
+    C_ALLOCATION,   // calloc and realloc: null, what was there stays
     THREAD_CREATE,  // pthread_create: EAGAIN, no thread
     THREAD_JOIN,    // pthread_join: EINVAL, after the thread has ended and is joined
     MUTEX_INIT,     // pthread_mutex_init: ENOMEM

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <mutex>
 #include <set>
 
@@ -18,6 +19,8 @@ using TTMLTest::FaultPause;
 // Both names of each call belong to the linker.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* memory, std::size_t size);
 int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
                                   const timespec* deadline);
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attribute, void* (*routine)(void*),
@@ -32,6 +35,8 @@ int __real_sem_init(sem_t* semaphore, int shared, unsigned int value);
 int __real_sem_post(sem_t* semaphore);
 int __real_sem_wait(sem_t* semaphore);
 
+void* __wrap_calloc(std::size_t count, std::size_t size);
+void* __wrap_realloc(void* memory, std::size_t size);
 int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
                                   const timespec* deadline);
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attribute, void* (*routine)(void*),
@@ -73,7 +78,26 @@ int Fail(int error)
     return -1;
 }
 
+// The result of an allocation that has to fail.
+void* NoMemory(int error)
+{
+    errno = error;
+    return nullptr;
+}
+
 } // namespace
+
+void* __wrap_calloc(std::size_t count, std::size_t size)
+{
+    const int error = FaultInjection::Strike(Call::C_ALLOCATION);
+    return error != 0 ? NoMemory(error) : __real_calloc(count, size);
+}
+
+void* __wrap_realloc(void* memory, std::size_t size)
+{
+    const int error = FaultInjection::Strike(Call::C_ALLOCATION);
+    return error != 0 ? NoMemory(error) : __real_realloc(memory, size);
+}
 
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attribute, void* (*routine)(void*),
                           void* argument)

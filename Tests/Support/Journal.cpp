@@ -16,11 +16,11 @@ Journal& Journal::Instance()
     return *journal;
 }
 
-void Journal::Add(const std::string& service, const std::string& text)
+void Journal::Add(const std::string& service, const std::string& text, const std::string& file)
 {
     const FaultPause pause;
     const std::lock_guard<std::mutex> guard(m_mutex);
-    m_entries.push_back({service, text, ThisThreadName()});
+    m_entries.push_back({service, text, ThisThreadName(), file});
     m_changed.notify_all();
 }
 

@@ -11,9 +11,10 @@ namespace TTMLTest {
 // One call that the library made of the platform.
 struct JournalEntry
 {
-    std::string service; // "log", "player", "file manager"
+    std::string service; // "log", "player", "file manager", "tv service", ...
     std::string text;    // the call with its arguments and its answer
     std::string thread;  // name of the calling thread
+    std::string file;    // of a log line: where it was written
 };
 
 // Every call that the library makes of the scripted platform, in one order over all threads and services.
@@ -23,7 +24,7 @@ class Journal
 public:
     static Journal& Instance();
 
-    void Add(const std::string& service, const std::string& text);
+    void Add(const std::string& service, const std::string& text, const std::string& file = {});
     // Notes a call that the test did not expect and fails the test.
     void Refuse(const std::string& service, const std::string& text, const std::string& why);
 

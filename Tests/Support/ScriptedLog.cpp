@@ -119,7 +119,7 @@ LogLine Parse(int level, const std::string& raw, va_list arguments)
 // Keeps the line and returns what the test wants done at it.
 std::vector<Action> Keep(LogLine line)
 {
-    Journal::Instance().Add("log", std::string(1, LetterOf(line.level)) + " " + line.message);
+    Journal::Instance().Add("log", std::string(1, LetterOf(line.level)) + " " + line.message, line.file);
     std::vector<Action> actions;
     const std::lock_guard<std::mutex> guard(State().mutex);
     for (const auto& [match, action] : State().actions) {

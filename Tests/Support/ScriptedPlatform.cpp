@@ -18,6 +18,10 @@ void ScriptedPlatform::Reset()
     ScriptedLog::Reset();
     ScriptedPlayer::Reset();
     ScriptedFileManager::Reset();
+    ScriptedTvService::Reset();
+    ScriptedRecorder::Reset();
+    ScriptedSettings::Reset();
+    ScriptedAppInfo::Reset();
     s_threads = LiveThreads();
     s_semaphores = LiveSemaphores();
 }
@@ -26,6 +30,9 @@ void ScriptedPlatform::Verify()
 {
     ScriptedPlayer::Verify();
     ScriptedFileManager::Verify();
+    ScriptedTvService::Verify();
+    ScriptedRecorder::Verify();
+    ScriptedSettings::Verify();
     EXPECT_EQ(LiveThreads(), s_threads) << "threads were not joined, or joined twice";
     EXPECT_EQ(LiveSemaphores(), s_semaphores) << "semaphores were not destroyed";
 }

@@ -8,9 +8,13 @@
 #include "FaultInjection.h"
 #include "Gate.h"
 #include "Journal.h"
+#include "ScriptedAppInfo.h"
 #include "ScriptedFileManager.h"
 #include "ScriptedLog.h"
 #include "ScriptedPlayer.h"
+#include "ScriptedRecorder.h"
+#include "ScriptedSettings.h"
+#include "ScriptedTvService.h"
 #include "TestThread.h"
 
 namespace TTMLTest {
