@@ -9,17 +9,21 @@ build ninja-build build tool
 build ccache quick rebuilds
 build pkg-config finds libraries
 build ca-certificates trusting HTTPS servers
+build zlib1g-dev inflating compressed segments
 build libcurl4-openssl-dev fetching documents over HTTP
 build libavformat-dev reading media files and streams
 build libavcodec-dev reading media files and streams
 build libavutil-dev reading media files and streams
 build libpugixml-dev reading DASH manifests
+build libdvbpsi-dev reading the tables of transport streams
+build libsqlite3-dev keeping settings
 build libcli11-dev the client's command line
 build nlohmann-json3-dev the client's JSON output
 demo python3 HTTP server of the demo
 test libgtest-dev unit tests
 test python3 HTTP server of the end-to-end tests
 test locales locale with a decimal comma for the number tests
+test tzdata local time zones of the MPD time tests
 test openssl certificates of the TLS tests
 cross g++-arm-linux-gnueabihf layout check for 32-bit targets
 cross qemu-user runs the layout check
@@ -27,6 +31,7 @@ tidy clang-tidy static checks
 tidy clang-format formatting checks
 tidy git lists the files to check
 bench libbenchmark-dev benchmarks
+bench ffmpeg reference for reading transport streams
 "
 
 ensure_packages() {

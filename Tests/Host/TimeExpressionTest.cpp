@@ -1,6 +1,5 @@
 #include "TimeExpression.h"
 
-#include <clocale>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -13,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include "TemporaryFolder.h"
+#include "CommaLocale.h"
 
 using namespace TTMLTest;
 using TTMLHost::ParseTimeExpression;
@@ -213,29 +212,6 @@ void CompareWithReference(int count)
     EXPECT_GT(count - valid, count / 10);
 }
 
-// A locale whose decimal point is a comma: the machine's, or one that is made for the test.
-bool UseCommaLocale(const TemporaryFolder& folder)
-{
-    const auto usesComma = [](const char* name) {
-        return std::setlocale(LC_ALL, name) != nullptr &&
-               std::string(std::localeconv()->decimal_point) == ",";
-    };
-    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "de_DE", "fr_FR"}) {
-        if (usesComma(name)) {
-            return true;
-        }
-    }
-    if (std::system(
-            ("localedef -i de_DE -f UTF-8 '" + folder.Path("de_DE.UTF-8") + "' >/dev/null 2>&1").c_str()) !=
-        0) {
-        return false;
-    }
-    (void)setenv("LOCPATH", folder.Path().c_str(), 1);
-    const bool uses = usesComma("de_DE.UTF-8");
-    (void)unsetenv("LOCPATH");
-    return uses;
-}
-
 } // namespace
 
 TEST(TimeExpression, ReadsClockTime)
@@ -403,16 +379,14 @@ TEST(TimeExpression, AgreesWithTheReference)
 
 TEST(TimeExpression, AgreesWithTheReferenceInALocaleWithADecimalComma)
 {
-    const TemporaryFolder folder;
-    if (!UseCommaLocale(folder)) {
-        std::setlocale(LC_ALL, "C");
+    const CommaLocale locale;
+    if (!locale.IsThere()) {
         GTEST_SKIP() << "this machine has no locale with a decimal comma and no localedef to make one";
     }
     EXPECT_EQ(Parse("1.5s"), 1500);
     EXPECT_EQ(Parse("1,5s"), std::nullopt);
     EXPECT_EQ(Parse("30f", 30000.0 / 1001.0), 1001);
     CompareWithReference(20000);
-    std::setlocale(LC_ALL, "C");
 }
 
 TEST(TimeExpression, IsWithinHalfAMillisecondAtBrokenRates)

@@ -11,8 +11,7 @@
 
 namespace TTMLHost {
 
-// What the fetches of this process have in common: their limits, the abort, and the last error. Any
-// thread. The one object is never destroyed, so that a fetch may outlast main.
+// What a group of fetches has in common: their limits, the abort, and the last error. Any thread.
 class FetchControl
 {
 public:
@@ -26,7 +25,8 @@ public:
         Running(const Running&) = delete;
         Running& operator=(const Running&) = delete;
 
-        // Whether fetches were forbidden when this one began or have been since, even for a moment.
+        // Whether fetches of the group were forbidden when this one began or have been since, even for a
+        // moment.
         bool Aborted() const noexcept { return m_aborted.load(std::memory_order_relaxed); }
 
     private:
@@ -39,8 +39,11 @@ public:
         Running* m_next = nullptr;     // guarded by the control's mutex
     };
 
+    // That of the process's file manager; never destroyed, so that a fetch may outlast main.
     static FetchControl& Instance() noexcept;
 
+    FetchControl() = default;
+    ~FetchControl() = default;
     FetchControl(const FetchControl&) = delete;
     FetchControl& operator=(const FetchControl&) = delete;
 
@@ -56,9 +59,6 @@ public:
     std::string LastError() const;
 
 private:
-    FetchControl() = default;
-    ~FetchControl() = default;
-
     mutable std::mutex m_mutex;
     FetchLimits m_limits;         // guarded by m_mutex
     std::string m_lastError;      // guarded by m_mutex

@@ -22,11 +22,13 @@ bool LibraryReady()
 
 } // namespace
 
-Transfer::Transfer(const char* url, const char* userAgent, const char* header, const FetchLimits& limits)
+Transfer::Transfer(const char* url, const char* userAgent, const char* header, const FetchLimits& limits,
+                   FetchControl& control)
     : m_url(url)
     , m_userAgent(userAgent)
     , m_header(header)
     , m_limits(limits)
+    , m_control(control)
 {
     m_errorText[0] = '\0';
     if (LibraryReady()) {
@@ -49,7 +51,7 @@ FetchOutcome Transfer::Run(DocumentBuffer* document)
         outcome.kind = FetchOutcome::Kind::NoMemory;
         return outcome;
     }
-    const FetchControl::Running running(FetchControl::Instance(), m_multi.get());
+    const FetchControl::Running running(m_control, m_multi.get());
     m_running = &running;
     m_document = document;
     outcome.code = m_SetUp();

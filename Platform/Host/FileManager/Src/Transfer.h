@@ -19,9 +19,10 @@ namespace TTMLHost {
 class Transfer
 {
 public:
-    // All three texts must outlive the transfer. `userAgent` and `header` are sent as they stand; null or
-    // empty sends none.
-    Transfer(const char* url, const char* userAgent, const char* header, const FetchLimits& limits);
+    // All three texts and the control must outlive the transfer. `userAgent` and `header` are sent as they
+    // stand; null or empty sends none.
+    Transfer(const char* url, const char* userAgent, const char* header, const FetchLimits& limits,
+             FetchControl& control = FetchControl::Instance());
     ~Transfer();
     Transfer(const Transfer&) = delete;
     Transfer& operator=(const Transfer&) = delete;
@@ -61,6 +62,7 @@ private:
     const char* m_userAgent;
     const char* m_header;
     const FetchLimits& m_limits;
+    FetchControl& m_control;
 
     // The easy handle goes before the multi handle that it is in, and after the list that it reads.
     std::unique_ptr<curl_slist, ListCloser> m_headers;

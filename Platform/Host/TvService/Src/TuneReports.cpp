@@ -1,0 +1,133 @@
+#include "TuneReports.h"
+
+#include "InputError.h"
+#include "PacketSource.h"
+
+namespace TTMLHost {
+
+namespace {
+
+constexpr char kGiveStreamWithTables[] = "give a transport stream with its tables";
+
+std::string What(int service, const ServiceDirectory& directory)
+{
+    const std::string kinds = directory.KindsOf(service);
+    return kinds.empty() ? "nothing else either" : "only " + kinds;
+}
+
+// Names come from the stream and may hold anything; this is one line.
+std::string OneLine(std::string line)
+{
+    for (char& c : line) {
+        const auto code = static_cast<unsigned char>(c);
+        if (code < 0x20 || code == 0x7f) {
+            c = '?';
+        }
+    }
+    return line;
+}
+
+std::string Choice(const ServiceDirectory& directory)
+{
+    const std::string services = directory.NamesWithTtml();
+    return services.empty() ? "give a stream with TTML subtitles"
+                            : "choose a service that has them: " + services;
+}
+
+} // namespace
+
+std::string TuneReports::NoPat() const
+{
+    return DescribeInputFailure("tune in", m_input, "it has no program association table (PAT)",
+                                kGiveStreamWithTables);
+}
+
+std::string TuneReports::NoPatIn(int seconds) const
+{
+    return DescribeInputFailure("tune in", m_input,
+                                "no program association table (PAT) came within " + std::to_string(seconds) +
+                                    " s",
+                                kGiveStreamWithTables);
+}
+
+std::string TuneReports::NoSuchService(const std::string& wanted, const ServiceDirectory& directory) const
+{
+    const std::string names = directory.Names();
+    return DescribeInputFailure("tune to service '" + wanted + "' of", m_input, "there is no such service",
+                                names.empty() ? "the stream has no services at all; give another"
+                                              : "choose one of " + names);
+}
+
+std::string TuneReports::NoPmt(int service, const ServiceDirectory& directory) const
+{
+    return DescribeInputFailure("tune to service " + directory.NameOf(service) + " of", m_input,
+                                "its program map table (PMT) does not come", kGiveStreamWithTables);
+}
+
+std::string TuneReports::NoPcr(int service, const ServiceDirectory& directory) const
+{
+    return DescribeInputFailure("tune to service " + directory.NameOf(service) + " of", m_input,
+                                "its clock reference (PCR) does not come",
+                                "give a transport stream with the PCR component of the service");
+}
+
+std::string TuneReports::NoTtml(int service, const ServiceDirectory& directory) const
+{
+    return DescribeInputFailure("play subtitles of service " + directory.NameOf(service) + " of", m_input,
+                                "it has no TTML, " + What(service, directory), Choice(directory));
+}
+
+std::string TuneReports::NoTtmlAnywhere(const ServiceDirectory& directory) const
+{
+    const std::string names = directory.Names();
+    return DescribeInputFailure("play subtitles of", m_input,
+                                names.empty() ? "it has no services"
+                                              : "no service has TTML (" + directory.Contents() + ")",
+                                "give a stream with TTML subtitles");
+}
+
+std::string TuneReports::InputIsOver(const std::string& wanted) const
+{
+    return DescribeInputFailure("tune to service '" + wanted + "' of", m_input, "the input is over",
+                                "open it again");
+}
+
+std::string TuneReports::WaitsForTtml(int service, const ServiceDirectory& directory) const
+{
+    return OneLine("Service " + directory.NameOf(service) + " of " + NameOfInput(m_input) + " has no TTML, " +
+                   What(service, directory) + "; waiting for its program map to change, or " +
+                   Choice(directory));
+}
+
+std::string TuneReports::LostTtml(int service, const ServiceDirectory& directory) const
+{
+    return OneLine("Service " + directory.NameOf(service) + " of " + NameOfInput(m_input) +
+                   " has lost its TTML component and has " + What(service, directory) +
+                   " now; waiting for it to come back");
+}
+
+std::string TuneReports::NoSuchLanguage(const std::string& language, int service, const std::string& taken,
+                                        const ServiceDirectory& directory) const
+{
+    return OneLine("Service " + directory.NameOf(service) + " of " + NameOfInput(m_input) +
+                   " has no TTML in language '" + language + "'; playing '" + taken +
+                   "', choose one of: " + directory.LanguagesOf(service));
+}
+
+std::string TuneReports::Scrambled(int service, int pid, std::uint64_t packet,
+                                   const ServiceDirectory& directory) const
+{
+    return OneLine("The subtitles of service " + directory.NameOf(service) + " of " + NameOfInput(m_input) +
+                   " (PID " + std::to_string(pid) +
+                   ") are scrambled and left out, the first of them before packet " + std::to_string(packet) +
+                   "; give a descrambled stream");
+}
+
+std::string TuneReports::Damaged(int pid, const std::string& why, std::uint64_t packet) const
+{
+    return "A subtitle packet of " + NameOfInput(m_input) + " (PID " + std::to_string(pid) +
+           ") is left out before packet " + std::to_string(packet) + ": " + why +
+           "; more of them are counted only; check the reception";
+}
+
+} // namespace TTMLHost
