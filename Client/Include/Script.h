@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <list>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -15,7 +16,9 @@ enum class Argument
     None,
     Duration, // one length of time, see ParseDuration()
     Choice,   // one of the word's choices
-    Names     // names separated by commas; blanks inside a name belong to it
+    Names,    // names separated by commas; blanks inside a name belong to it
+    Text,     // whatever stands there
+    Age       // years, or "none"
 };
 
 // A word of the script language.
@@ -39,6 +42,8 @@ struct Step
     std::chrono::milliseconds duration{0}; // Duration
     std::string choice;                    // Choice
     std::list<std::string> names;          // Names
+    std::string text;                      // Text
+    std::optional<int> age;                // Age; nothing for "none"
 };
 
 using Script = std::vector<Step>;

@@ -30,12 +30,19 @@ struct SessionOutput
     RunControl& control;      // learns of output that cannot be written
 };
 
+// How a session waits until its source has handled every command so far.
+enum class SettleBy
+{
+    Stop,   // OnStop(), which is that barrier for a source that subscribes to nothing
+    Barrier // an event on the source thread: a broadcast source's OnStop() would end its subscriptions
+};
+
 // A source with the client's callback on it, from the start to the end in the order that a source asks
 // for. The commands are called on the source itself; Settle() after a queued one makes runs repeatable.
 class Session
 {
 public:
-    Session(SourcePtr source, const SessionOutput& output);
+    Session(SourcePtr source, const SessionOutput& output, SettleBy settleBy = SettleBy::Stop);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -45,7 +52,8 @@ public:
 
     TTML::CTTMLSource& Source();
 
-    // Waits until the source has handled every command so far. Not from a callback.
+    // Waits until the source has handled every command so far. Not from a callback; by a barrier, any other
+    // thread.
     void Settle();
 
     // What the notices say: a track has started and was neither stopped nor invalidated since; it is
@@ -74,6 +82,7 @@ private:
 
     SourcePtr m_source;
     const SessionOutput m_output;
+    const SettleBy m_settleBy;
     const std::chrono::steady_clock::time_point m_begin;
 
     // Callbacks come on several threads; one at a time is shown. Held while the source answers the media

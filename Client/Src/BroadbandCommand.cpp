@@ -1,7 +1,5 @@
 #include "BroadbandCommand.h"
 
-#include <array>
-#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -11,6 +9,7 @@
 #include "CBBSource.h"
 #include "HostFileManager.h"
 #include "HostPlayer.h"
+#include "OptionChecks.h"
 #include "Output.h"
 #include "PlayerContent.h"
 #include "RunControl.h"
@@ -62,29 +61,6 @@ std::string FileUrl(const std::string& absolutePath)
     return url;
 }
 
-// What is wrong with a speed; empty when nothing is.
-std::string CheckSpeed(const std::string& text)
-{
-    double speed = 0;
-    const bool number = CLI::detail::lexical_cast(text, speed);
-    return number && speed > 0 && std::isfinite(speed)
-               ? ""
-               : "takes a number above 0, such as 2 or 0.5, not '" + text + "'";
-}
-
-// Accepts whole numbers of a range.
-CLI::Validator Numbers(int first, int last)
-{
-    const auto check = [first, last](const std::string& text) {
-        int number = 0;
-        const bool good = CLI::detail::lexical_cast(text, number) && number >= first && number <= last;
-        return good ? std::string()
-                    : "takes a number from " + std::to_string(first) + " to " + std::to_string(last) +
-                          ", not '" + text + "'";
-    };
-    return {check, "", "number"};
-}
-
 } // namespace
 
 std::optional<std::string> DocumentUrl(const std::string& text)
@@ -113,16 +89,16 @@ CLI::App* BroadbandCommand::Declare(CLI::App& program)
         ->option_text("FILE_OR_URL");
     command->add_option("--track", m_track, "Which TTML track of the media, counted from 0 (the first one)")
         ->option_text("N")
-        ->check(Numbers(0, 65535));
+        ->check(NumberCheck(0, 65535));
     command->add_option("--speed", m_speed, "Speed of the play clock (1.0)")
         ->option_text("X")
-        ->check(CLI::Validator(CheckSpeed, "", "speed"));
+        ->check(SpeedCheck());
     command->add_flag("--fast", m_fast, "Deliver as fast as the media can be read");
     command
         ->add_option("--dnt", m_dnt,
                      "Do-not-track header: \"DNT: 0\", \"DNT: 1\" or \"DNT: null\"; without it none")
         ->option_text("0|1|2")
-        ->check(Numbers(0, 2));
+        ->check(NumberCheck(0, 2));
     command->add_option("--descriptor", m_descriptor, "Track descriptor that every delivery carries")
         ->option_text("TEXT");
     m_common.AddTo(*command);

@@ -11,7 +11,10 @@
 #include "BroadbandCommand.h"
 #include "Command.h"
 #include "CommonOptions.h"
+#include "DvbCommand.h"
+#include "InfoCommand.h"
 #include "Output.h"
+#include "SettingsCommand.h"
 
 namespace TTMLClient {
 
@@ -31,6 +34,9 @@ int RunCommandLine(int argc, const char* const* argv)
         commands.emplace_back(declared, std::move(command));
     };
     add(std::make_unique<BroadbandCommand>());
+    add(std::make_unique<DvbCommand>());
+    add(std::make_unique<InfoCommand>());
+    add(std::make_unique<SettingsCommand>());
 
     try {
         program.parse(argc, argv);

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Duration.h"
+#include "OptionChecks.h"
 
 namespace TTMLClient {
 
@@ -17,11 +18,7 @@ void CommonOptions::AddTo(CLI::App& subcommand)
         .add_option("--out", outFolder,
                     "Keep each document as NNNN.ttml and each image as NNNN.png in this folder")
         ->option_text("DIR")
-        ->check(CLI::Validator(
-            [](const std::string& text) {
-                return text.empty() ? std::string("takes the name of a folder") : std::string();
-            },
-            "", "folder"))
+        ->check(TextCheck("the name of a folder"))
         ->group(group);
     subcommand
         .add_option_function<std::string>(

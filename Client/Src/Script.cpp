@@ -43,6 +43,20 @@ std::string Joined(const std::vector<std::string>& parts, const char* separator)
     return text;
 }
 
+// Reads an age in years, or "none". False when it is neither.
+bool ReadAge(const std::string& text, std::optional<int>& age)
+{
+    if (text == "none") {
+        age.reset();
+        return true;
+    }
+    if (text.empty() || text.size() > 2 || text.find_first_not_of("0123456789") != std::string::npos) {
+        return false;
+    }
+    age = std::stoi(text);
+    return true;
+}
+
 [[noreturn]] void Refuse(const std::string& complaint, const Vocabulary& vocabulary)
 {
     throw ScriptError(complaint + "; valid words: " + WordForms(vocabulary));
@@ -72,6 +86,12 @@ void ReadArgument(const Word& word, const std::string& text, const Vocabulary& v
             Refuse(name + " takes " + Joined(word.choices, "|") + ", not '" + text + "'", vocabulary);
         }
         step.choice = text;
+    } else if (word.argument == Argument::Text) {
+        step.text = text;
+    } else if (word.argument == Argument::Age) {
+        if (!ReadAge(text, step.age)) {
+            Refuse(name + " takes an age such as 12, or none, not '" + text + "'", vocabulary);
+        }
     } else {
         const std::vector<std::string> names = Split(text, ',');
         if (std::find(names.begin(), names.end(), "") != names.end()) {

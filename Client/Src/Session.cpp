@@ -10,6 +10,7 @@
 #include <pthread.h>
 
 #include "HostFileManager.h"
+#include "SourceBarrier.h"
 #include "TTMLCallback.h"
 #include "TTMLRawDataInfo.h"
 
@@ -28,9 +29,10 @@ std::string ThreadName()
 
 } // namespace
 
-Session::Session(SourcePtr source, const SessionOutput& output)
+Session::Session(SourcePtr source, const SessionOutput& output, SettleBy settleBy)
     : m_source(std::move(source))
     , m_output(output)
+    , m_settleBy(settleBy)
     , m_begin(std::chrono::steady_clock::now())
 {}
 
@@ -55,7 +57,11 @@ TTML::CTTMLSource& Session::Source()
 
 void Session::Settle()
 {
-    m_source->OnStop();
+    if (m_settleBy == SettleBy::Barrier) {
+        WaitForSourceThread(*m_source);
+    } else {
+        m_source->OnStop();
+    }
 }
 
 bool Session::TrackStarted() const
@@ -85,6 +91,9 @@ void Session::End()
         m_source->StopTrack();
     }
     // The last notice must be out before nobody listens any more.
+    if (m_settleBy == SettleBy::Barrier) {
+        WaitForSourceThread(*m_source);
+    }
     m_source->OnStop();
     m_source->UnRegisterCallBack();
     TTMLHost::AbortFetches();
@@ -141,7 +150,13 @@ Session::Shown Session::Show(Event& event, std::string& failure)
     if (m_outputLost) {
         return Shown::Done;
     }
-    m_hidden = event.code == TTML::CALLBACK_HIDE || (m_hidden && event.code != TTML::CALLBACK_SHOW);
+    if (event.code == TTML::CALLBACK_HIDE) {
+        m_hidden = true;
+    } else if (event.code == TTML::CALLBACK_SHOW || event.code == TTML::CALLBACK_SET_MENU_LANG) {
+        // A tune hides the caption of the service before; the next one begins with the viewer's own setting,
+        // which the source asks for then.
+        m_hidden = false;
+    }
     event.hidden = m_hidden && event.code == TTML::CALLBACK_DATA;
     event.wallMs =
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - m_begin)

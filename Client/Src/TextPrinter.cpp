@@ -22,6 +22,11 @@ constexpr std::size_t kTimingColumns = 32;
 constexpr std::size_t kTextColumns = 72;
 constexpr std::size_t kNarrowestText = 20;
 
+// Values of TTML::TTMLRawDataInfo::dataType.
+constexpr int kImsc1 = 0;
+constexpr int kImsc1Image = 1;
+constexpr int kEbuTtD = 2;
+
 const char* const kPlain = "\033[0m";
 const char* const kDim = "\033[2m";
 
@@ -50,6 +55,20 @@ std::string Size(std::size_t bytes)
     return text.data();
 }
 
+// What a document without a time of its own is, as far as the source says so.
+std::string Document(const TTML::TTMLRawDataInfo& data)
+{
+    const char* kind = "document";
+    if (data.dataType == kImsc1) {
+        kind = "IMSC1 document";
+    } else if (data.dataType == kImsc1Image) {
+        kind = "IMSC1 image document";
+    } else if (data.dataType == kEbuTtD) {
+        kind = "EBU-TT-D document";
+    }
+    return kind + (", " + Size(data.data.size()));
+}
+
 std::string Timing(const Event& event)
 {
     if (event.code == TTML::CALLBACK_STARTED) {
@@ -66,9 +85,9 @@ std::string Timing(const Event& event)
         return "#" + std::to_string(data.index) + " " + ClockTime(data.segStartTimeMs) + " - " +
                ClockTime(data.segEndTimeMs);
     }
-    // What was fetched at a URL comes on the source's own thread, without a time of its own.
-    if (event.thread == "Source") {
-        return "document, " + Size(data.data.size());
+    // What was fetched or broadcast comes on other threads than samples do, without a time of its own.
+    if (event.thread != "Inband") {
+        return Document(data);
     }
     return "#" + std::to_string(data.index) + " at " + ClockTime(data.timestamp);
 }

@@ -1,0 +1,19 @@
+#ifndef TTMLSRC_OPTION_CHECKS_H
+#define TTMLSRC_OPTION_CHECKS_H
+
+#include <CLI/CLI.hpp>
+
+namespace TTMLClient {
+
+// Accepts finite numbers above 0.
+CLI::Validator SpeedCheck();
+
+// Accepts whole numbers of a range.
+CLI::Validator NumberCheck(int first, int last);
+
+// Accepts any text but an empty one; `what` says what is missing otherwise ("the name of a folder").
+CLI::Validator TextCheck(const std::string& what);
+
+} // namespace TTMLClient
+
+#endif
