@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the library, its Linux platform and the client, and plays the bundled samples: a document fetched
-# from an HTTP server, and a subtitle track of a media file, both through libttmlsource.so.
+# from an HTTP server, a subtitle track of a media file, and a transport stream, all through libttmlsource.so.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . Tools/setup.sh
@@ -38,5 +38,17 @@ say "In band with a script: play, pause (samples are held back), resume, seek, s
 say "The same track from a DASH manifest, as JSON (first three events)"
 "$client" broadband --media "$base/dash/manifest.mpd" --fast --json > build/demo.json
 head -n 3 build/demo.json | cut -c 1-160
+
+# The library's warnings (repeats dropped, no clock before the tune) are for its users; here they would be in the way.
+export TTML_LOG=error TTML_SETTINGS=build/demo-settings.db
+say "DVB: what a transport stream holds"
+"$client" info Samples/subtitles.ts
+
+say "DVB: its English subtitles at ten times their speed; the programme map moves them, the clock wraps"
+"$client" dvb Samples/subtitles.ts --speed 10
+
+say "DVB: tuning to the other service, and a locked channel"
+"$client" dvb Samples/subtitles.ts --speed 10 \
+    --script "wait 600ms; tune 102; wait 800ms; channel-lock on; lock on; show; lock off; show; wait 500ms"
 
 say "Done. '$client --help' tells the rest; './test.sh' runs the tests."

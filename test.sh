@@ -36,6 +36,7 @@ if [ "$tidy" = yes ]; then
 fi
 
 export ASAN_OPTIONS="detect_stack_use_after_return=1:strict_string_checks=1:${ASAN_OPTIONS:-}"
+export LSAN_OPTIONS="suppressions=$PWD/Tests/leaks.supp:print_suppressions=0:${LSAN_OPTIONS:-}"
 export UBSAN_OPTIONS="print_stacktrace=1:${UBSAN_OPTIONS:-}"
 export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:${TSAN_OPTIONS:-}"
 

@@ -26,6 +26,12 @@ extern const Subject kMutexSubject;
 extern const Subject kLogSubject;
 extern const Subject kInbandSubject;
 extern const Subject kFetchSubject;
+extern const Subject kPesParserSubject;
+extern const Subject kPesDeliverySubject;
+extern const Subject kStreamSubject;
+extern const Subject kBroadbandTimeSubject;
+extern const Subject kDvbTimeSubject;
+extern const Subject kAtscTimeSubject;
 extern const Subject kMemorySubject;
 
 } // namespace TTMLBench

@@ -136,7 +136,8 @@ class IServiceNavigation : public ITvsSession
 public:
     // 2: the kind of television that is on; the value goes into the next query.
     virtual int GetTvMode(int& mode) = 0;
-    // 3: what the criteria ask for, of the service that is tuned. The record is the caller's.
+    // 3: what the criteria ask for, of the service that is tuned; attributes that it does not have are left
+    // out. The record is the caller's. Fails while no service is tuned.
     virtual int GetCurrentServiceInfo(int mode, const TCNavigationCriteria& criteria,
                                       TCServiceData& data) = 0;
 
@@ -157,7 +158,7 @@ protected:
 class IAVControl : public ITvsSession
 {
 public:
-    // 2: whether picture and sound of the service are withheld just now.
+    // 2: whether picture and sound of the service are withheld just now; false where no service is tuned.
     virtual int GetParentalLock(bool& locked) = 0;
 
 protected:
@@ -167,7 +168,7 @@ protected:
 class IRatingUtil : public ITvsSession
 {
 public:
-    // 2: the rating of what is on, and whether the viewer's limit permits it.
+    // 2: the rating of what is on (an age; 0 without one), and whether the viewer's limit permits it.
     virtual int GetRating(int& rating, bool& permitted) = 0;
 
 protected:
@@ -190,9 +191,11 @@ protected:
 class IDataControl : public ITvsSession
 {
 public:
-    // 2: language (three letters of ISO 639, one a byte) and index of the subtitle stream that is on.
+    // 2: language (three letters of ISO 639, one a byte, the first in the highest place) and index of the
+    // subtitle stream that is on. Fails where there is none.
     virtual int GetCurrentHybridSBT(int& languageCode, int& currentIndex) = 0;
-    // 3: the decoder's system time clock, 33 bits at 90 kHz. A result other than 0 is success.
+    // 3: the decoder's system time clock, 33 bits at 90 kHz. A result other than 0 is success; there is none
+    // before the first clock reference of the tuned service.
     virtual int GetSTCCount(unsigned long long& stc) = 0;
     virtual int reserved4() { return 0; }
     virtual int reserved5() { return 0; }
@@ -248,8 +251,8 @@ protected:
 class IServiceDataAux : public ITvsSession
 {
 public:
-    // 2: a subtitle stream of a service, by its index and language. The record is the caller's. A result
-    // other than 0 is success.
+    // 2: a subtitle stream of a service, by its index and language. The record is the caller's; its type is
+    // another one for a service without TTML. A result other than 0 is success.
     virtual int GetHybridSBT(unsigned long long serviceId, int index, int languageCode,
                              TSHybridSBT& stream) = 0;
 

@@ -61,6 +61,25 @@ TEST(CommandLine, RefusesArgumentsThatDoNotFit)
                      "--speed and --fast exclude each other");
 }
 
+TEST(CommandLine, RefusesArgumentsOfATransportStreamThatDoNotFit)
+{
+    ExpectUsageError({"dvb"}, "INPUT is required");
+    ExpectUsageError({"dvb", ""}, "INPUT: takes a file, -, or an address");
+    ExpectUsageError({"dvb", "a", "--service", ""}, "--service: takes the id or the name of a service");
+    ExpectUsageError({"dvb", "a", "--lang", ""}, "--lang: takes a language of three letters, such as eng");
+    ExpectUsageError({"dvb", "a", "--speed", "0"},
+                     "--speed: takes a number above 0, such as 2 or 0.5, not '0'");
+    ExpectUsageError({"dvb", "a", "--speed", "2", "--fast"}, "--speed and --fast exclude each other");
+    ExpectUsageError(
+        {"dvb", "a", "--script", "jump"},
+        "--script: unknown script word 'jump'; valid words: play, stop, pause, resume, seek 10s, "
+        "seek-done, invalidate, show, hide, fonts NAME,..., dnt 0|1|2, wait 1500ms|2s, "
+        "tune ID|NAME, lock on|off, channel-lock on|off, rating AGE|none, "
+        "tvs activate|deactivate|terminate, pvr play|stop|trick");
+    ExpectUsageError({"info"}, "INPUT is required");
+    ExpectUsageError({"info", ""}, "INPUT: takes a file or -");
+}
+
 TEST(CommandLine, RefusesWhatItDoesNotKnow)
 {
     for (const std::vector<const char*>& arguments : std::vector<std::vector<const char*>>{
@@ -68,6 +87,9 @@ TEST(CommandLine, RefusesWhatItDoesNotKnow)
              {"broadband", "--url"},
              {"broadband", "--url", "a", "--nonsense"},
              {"broadband", "--url", "a", "more"},
+             {"dvb", "a", "b"},
+             {"dvb", "a", "--media", "b"},
+             {"info", "a", "--fast"},
          }) {
         const Outcome outcome = RunProgram(arguments);
         EXPECT_EQ(outcome.code, 2);
@@ -97,6 +119,8 @@ TEST(CommandLine, ShowsHelpWithExamples)
     const Outcome broadband = RunProgram({"broadband", "--help"});
     EXPECT_EQ(broadband.code, 0);
     EXPECT_NE(broadband.out.find("ttmlsrc broadband --media film.mp4 --fast --json"), std::string::npos);
+    EXPECT_NE(RunProgram({"dvb", "--help"}).out.find("ttmlsrc dvb capture.ts\n"), std::string::npos);
+    EXPECT_NE(RunProgram({"info", "--help"}).out.find("ttmlsrc info capture.ts\n"), std::string::npos);
     EXPECT_EQ(RunProgram({"--version"}).out.compare(0, 8, "ttmlsrc "), 0);
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "BroadcastCommands.h"
+
 using TTMLClient::ParseScript;
 using TTMLClient::Script;
 using TTMLClient::ScriptError;
@@ -80,6 +82,51 @@ TEST(Script, RefusesArgumentsThatDoNotFit)
         EXPECT_EQ(Refusal(std::string(word) + " 1"),
                   "script word '" + std::string(word) + "' takes no argument, but has '1'" + kValid);
     }
+}
+
+// What a script of a broadcast's words is refused with.
+std::string BroadcastRefusal(const std::string& text)
+{
+    try {
+        ParseScript(text, TTMLClient::BroadcastWords());
+    } catch (const ScriptError& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+TEST(Script, ReadsTheWordsOfABroadcast)
+{
+    const Script script = ParseScript("tune 2; tune  Harbour TV ; lock on; channel-lock off; rating 12; "
+                                      "rating 0; rating none; tvs terminate; pvr trick",
+                                      TTMLClient::BroadcastWords());
+    ASSERT_EQ(script.size(), 9U);
+    EXPECT_EQ(script[0].text, "2");
+    EXPECT_EQ(script[1].text, "Harbour TV");
+    EXPECT_EQ(script[2].choice, "on");
+    EXPECT_EQ(script[3].choice, "off");
+    EXPECT_EQ(script[4].age, 12);
+    EXPECT_EQ(script[5].age, 0);
+    EXPECT_EQ(script[6].age, std::nullopt);
+    EXPECT_EQ(script[7].choice, "terminate");
+    EXPECT_EQ(script[8].choice, "trick");
+}
+
+TEST(Script, RefusesABroadcastsArgumentsThatDoNotFit)
+{
+    const std::string valid = "; valid words: tune ID|NAME, lock on|off, channel-lock on|off, "
+                              "rating AGE|none, tvs activate|deactivate|terminate, pvr play|stop|trick";
+    EXPECT_EQ(BroadcastRefusal("tune"), "script word 'tune' lacks its argument" + valid);
+    EXPECT_EQ(BroadcastRefusal("lock"), "script word 'lock' lacks its argument" + valid);
+    EXPECT_EQ(BroadcastRefusal("lock maybe"), "script word 'lock' takes on|off, not 'maybe'" + valid);
+    for (const char* age : {"-1", "100", "twelve", "12.5", "None", "1 2"}) {
+        EXPECT_EQ(BroadcastRefusal("rating " + std::string(age)),
+                  "script word 'rating' takes an age such as 12, or none, not '" + std::string(age) + "'" +
+                      valid);
+    }
+    EXPECT_EQ(BroadcastRefusal("tvs on"),
+              "script word 'tvs' takes activate|deactivate|terminate, not 'on'" + valid);
+    EXPECT_EQ(BroadcastRefusal("pvr pause"), "script word 'pvr' takes play|stop|trick, not 'pause'" + valid);
 }
 
 TEST(Script, KnowsOnlyTheWordsOfItsVocabulary)

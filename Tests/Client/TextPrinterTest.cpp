@@ -56,6 +56,22 @@ TEST(TextPrinter, AlignsEveryKindOfLine)
               "     1.234  Source    stopped          00:00:01.200\n");
 }
 
+TEST(TextPrinter, SaysOfABroadcastDocumentWhatKindItIs)
+{
+    TTML::TTMLRawDataInfo data;
+    data.data = "<tt><body><div><p>Hi</p></div></body></tt>";
+    Event event = EventOf(TTML::CALLBACK_DATA, "TvInput");
+    event.data = &data;
+    const std::string head = "     1.234  TvInput   data             00:00:01.200  ";
+    EXPECT_EQ(Printed(event), head + "document, 42 B                    Hi\n");
+    data.dataType = 0;
+    EXPECT_EQ(Printed(event), head + "IMSC1 document, 42 B              Hi\n");
+    data.dataType = 1;
+    EXPECT_EQ(Printed(event), head + "IMSC1 image document, 42 B        Hi\n");
+    data.dataType = 2;
+    EXPECT_EQ(Printed(event), head + "EBU-TT-D document, 42 B           Hi\n");
+}
+
 TEST(TextPrinter, MarksWhatComesWhileTheCaptionIsHidden)
 {
     const TTML::TTMLRawDataInfo data = TTMLTest::Sample();

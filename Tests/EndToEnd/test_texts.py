@@ -9,6 +9,9 @@ import unittest
 from ttmlsrc_case import ROOT, SAMPLES, Case
 
 
+SUBCOMMANDS = {"broadband": "--media", "dvb": "--service", "info": "--json"}  # each with one of its options
+
+
 def options(text):
     return set(re.findall(r"(?<![-\w])--[a-z][a-z-]+", text))
 
@@ -19,11 +22,26 @@ class Texts(Case):
             return file.read()
 
     def test_help_man_page_and_completion_name_the_same_options(self):
-        help_options = options(self.run_client("broadband", "--help").out)
-        self.assertIn("--media", help_options)
-        man = options(self.read("Client", "ttmlsrc.1").replace("\\-", "-"))
-        self.assertEqual(help_options - man, set())
-        self.assertEqual(help_options - options(self.read("Client", "ttmlsrc.bash")), set())
+        man = self.read("Client", "ttmlsrc.1").replace("\\-", "-")
+        completion = self.read("Client", "ttmlsrc.bash")
+        for subcommand, one in SUBCOMMANDS.items():
+            with self.subTest(subcommand):
+                self.assertIn(".B ttmlsrc %s" % subcommand, man)
+                text = self.run_client(subcommand, "--help").out
+                # Some examples pipe into other programs, whose options are theirs.
+                help_options = options(text.split("Examples:")[0])
+                self.assertIn(one, help_options)
+                self.assertEqual(help_options - options(man), set())
+                completed = re.search(r"^    %s\)\n(.*?);;" % subcommand, completion, re.M | re.S)
+                self.assertEqual(help_options, options(completed.group(1)))
+                for example in re.findall(r"^  (ttmlsrc .*)$", text.split("Examples:")[1], re.M):
+                    self.assertIn("\n%s\n" % example, man)
+
+    def test_man_page_explains_every_script_word(self):
+        script = self.read("Client", "ttmlsrc.1").split(".SH SCRIPT")[1].split(".SH")[0].replace("\\-", "-")
+        words = re.search(r"Script words: (.*)", self.run_client("dvb", "--help").out).group(1)
+        for word in re.findall(r"(?:^|, )([a-z-]+)", words):
+            self.assertRegex(script, r'(?m)^\.B[RI]? "?(.* )?%s\b' % word)
 
     def test_the_makers_write_the_samples_that_are_kept(self):
         made = self.path("made.mp4")

@@ -19,7 +19,7 @@ TTMLSRC = os.environ.get("TTMLSRC", os.path.join(ROOT, "build", "release", "bin"
 TIME_LIMIT = 90  # seconds; a run that takes longer hangs
 
 DATA, STARTED, STOPPED, PAUSED, RESUMED, INVALIDATED, SEEK_STARTED, SEEK_COMPLETED = range(8)
-SHOW, HIDE, FONTS_ERROR = 11, 12, 13
+REGISTER_MENU, UNREGISTER_MENU, SET_MENU_LANG, SHOW, HIDE, FONTS_ERROR = range(8, 14)
 
 
 class Run:
@@ -93,15 +93,15 @@ class Case(unittest.TestCase):
         environment["TTML_LOG"] = "warning"
         return environment
 
-    def run_client(self, *arguments):
+    def run_client(self, *arguments, stdin=subprocess.DEVNULL):
         completed = subprocess.run([TTMLSRC, *arguments], env=self.environment(), stdout=subprocess.PIPE,
-                                   stderr=subprocess.PIPE, stdin=subprocess.DEVNULL, timeout=TIME_LIMIT)
+                                   stderr=subprocess.PIPE, stdin=stdin, timeout=TIME_LIMIT)
         return Run(completed)
 
-    def start_client(self, *arguments):
+    def start_client(self, *arguments, stdin=subprocess.DEVNULL):
         """A run that the test ends itself; finish_client() waits for it."""
         return subprocess.Popen([TTMLSRC, *arguments], env=self.environment(), stdout=subprocess.PIPE,
-                                stderr=subprocess.PIPE, stdin=subprocess.DEVNULL)
+                                stderr=subprocess.PIPE, stdin=stdin)
 
     def finish_client(self, process):
         out, err = process.communicate(timeout=TIME_LIMIT)

@@ -9,10 +9,12 @@
 #include <type_traits>
 #include <vector>
 
+#include "CATSCSource.h"
 #include "CBBSource.h"
 #include "CBCSource.h"
 #include "CDVBSource.h"
 #include "CInbandData.h"
+#include "CMpdParser.h"
 #include "CMutex.h"
 #include "CPESParser.h"
 #include "CSourceHolder.h"
@@ -21,6 +23,7 @@
 #include "CTask.h"
 #include "Lock.h"
 #include "PlatformTvService.h"
+#include "PlatformTvServiceData.h"
 #include "SourceEvents.h"
 #include "TCallback.h"
 #include "TTMLCallback.h"
@@ -97,7 +100,8 @@ const bool TRecord<Tag, Member>::recorded =
 #define SLOT_OF(Class, Operation, Type)                                                                      \
     ENTRY("slot", Class, #Operation " " #Type, static_cast<Type>(&TTML::Class::Operation))
 
-// The platform's closed interfaces, which are used by the places of their operations.
+// The platform's records, and its closed interfaces, which are used by the places of their operations.
+#define PLATFORM_FIELD(Record, Field) ENTRY("field", Record, #Field, &::Record::Field)
 #define PLATFORM_SLOT(Class, Operation) ENTRY("slot", Class, #Operation, &TVServiceAPI::Class::Operation)
 
 using Extra = TTML::TTMLSubtitleExtraData;
@@ -259,6 +263,41 @@ FIELD(CDVBSource, m_pTimeMutex)
 FIELD(CDVBSource, m_ullPts)
 FIELD(CDVBSource, m_ullMediaTime)
 FIELD(CDVBSource, m_strLastSegment)
+
+FIELD(CMpdParser, m_AST)
+FIELD(CMpdParser, m_SPD)
+
+PLATFORM_FIELD(TCCaption, id)
+PLATFORM_FIELD(TCCaption, languageCode)
+PLATFORM_FIELD(TCCaption, role)
+PLATFORM_FIELD(TCCaption, aspect)
+PLATFORM_FIELD(TCCaption, easyReader)
+PLATFORM_FIELD(TCCaption, profile)
+PLATFORM_FIELD(TCCaption, is3D)
+
+SLOT(CATSCSource, GetVideoCurrentTime)
+SLOT(CATSCSource, GetSubtitleMode)
+SLOT(CATSCSource, OnStart)
+SLOT(CATSCSource, OnStop)
+SLOT(CATSCSource, OnShow)
+SLOT(CATSCSource, OnHide)
+SLOT(CATSCSource, t_RegisterTVSCallbacks)
+SLOT(CATSCSource, t_UnregisterTVSCallbacks)
+SLOT(CATSCSource, t_TVSSignalCBHandler)
+SLOT(CATSCSource, t_SubscribeTTML)
+SLOT(CATSCSource, t_UnSubscribeTTML)
+FIELD(CATSCSource, m_pDataSubscriber)
+FIELD(CATSCSource, m_CurrentCaption)
+FIELD(CATSCSource, m_SysTimeAtReference)
+FIELD(CATSCSource, m_CaptionReferenceTime)
+FIELD(CATSCSource, m_CaptionOffset)
+FIELD(CATSCSource, m_RefTimeAfterCal)
+FIELD(CATSCSource, m_SubscriptionId)
+FIELD(CATSCSource, m_bInfoBannerStatus)
+FIELD(CATSCSource, m_bKoreaRegion)
+FIELD(CATSCSource, m_bPvrMode)
+FIELD(CATSCSource, m_LastCaptionData)
+FIELD(CATSCSource, m_MpdParser)
 
 PLATFORM_SLOT(ISignalSubscriber, Subscribe)
 PLATFORM_SLOT(ISignalSubscriber, Unsubscribe)

@@ -36,12 +36,12 @@ bool CommaLocale::Make() const
         }
     }
     if (std::system(
-            ("localedef -i de_DE -f UTF-8 '" + m_folder.Path("de_DE.UTF-8") + "' >/dev/null 2>&1").c_str()) !=
+            ("localedef -i de_DE -f ISO-8859-1 '" + m_folder.Path("de_DE") + "' >/dev/null 2>&1").c_str()) !=
         0) {
         return false;
     }
     (void)setenv("LOCPATH", m_folder.Path().c_str(), 1);
-    const bool uses = UsesComma("de_DE.UTF-8");
+    const bool uses = UsesComma("de_DE");
     (void)unsetenv("LOCPATH");
     return uses;
 }

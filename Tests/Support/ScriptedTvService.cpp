@@ -160,6 +160,7 @@ void ScriptedTvService::Reset()
     state.packetCallback = nullptr;
     state.signalCallback = nullptr;
     state.captions.clear();
+    state.captionCallback = nullptr;
     state.captionCount = 0;
 }
 

@@ -138,13 +138,16 @@ public:
     static unsigned int Packet(const TSPESData& packet);
     static unsigned int Packet(const std::vector<unsigned char>& bytes);
     static unsigned int Caption(const TSCaption& caption);
-    // The subscriptions to packets under the name "ttml", as far as they were not taken back.
+    // The subscriptions to packets under the name "ttml", and to captions, that were not taken back.
     static unsigned int PacketSubscriptions();
+    static unsigned int CaptionSubscriptions();
 
     // Call the callback with which somebody subscribed last, subscribed or not any more, as a call does that
     // comes where it should not.
     static int LateSignal(int signal, void* userData, const TSSignalData& data = {});
     static void LatePacket(const TSPESData& packet, void* userData);
+    // The caption is the one that the callback gets, and changes.
+    static void LateCaption(TSCaption& caption, void* userData);
 
     static void Reset();
     static void Verify();

@@ -253,11 +253,15 @@ public:
     int UnsubscribeCaption(int subscriptionId) override
     {
         const auto text = [&] { return "UnsubscribeCaption(" + std::to_string(subscriptionId) + ")"; };
-        return Query(TvCall::UNSUBSCRIBE_CAPTION, text, [&](TvCallScope& call) {
+        const int result = Query(TvCall::UNSUBSCRIBE_CAPTION, text, [&](TvCallScope& call) {
             if (!RemoveTvCaptionSubscription(subscriptionId)) {
                 call.Refuse("there is no such subscription");
             }
         });
+        if (result < 1) {
+            GiveUpTvCaptionSubscription(subscriptionId);
+        }
+        return result;
     }
 };
 

@@ -49,6 +49,7 @@ struct TvCaptionSubscription
     TSCaptionCallback callback;
     void* userData;
     std::shared_ptr<CallbackSlot> slot;
+    bool givenUp = false; // the test made the removal fail
 };
 
 class TvSubscriber;
@@ -66,6 +67,7 @@ struct TvState
     TSPESCallback packetCallback = nullptr;
     TSSignalCallback signalCallback = nullptr;
     std::map<int, TvCaptionSubscription> captions; // by id
+    TSCaptionCallback captionCallback = nullptr;
     int captionCount = 0;
 };
 TvState& TheTvState();
@@ -134,6 +136,8 @@ void VerifyTvSubscriptions(TvState& state);
 int AddTvCaptionSubscription(TSCaptionCallback callback, void* userData);
 // False when there is none with the id.
 bool RemoveTvCaptionSubscription(int subscriptionId);
+// Its removal failed, and it is not missed.
+void GiveUpTvCaptionSubscription(int subscriptionId);
 
 } // namespace TTMLTest
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -273,6 +274,7 @@ int AddTvCaptionSubscription(TSCaptionCallback callback, void* userData)
     const auto guard = LockState();
     const int id = ++TheTvState().captionCount;
     TheTvState().captions[id] = {callback, userData, std::make_shared<CallbackSlot>("captions")};
+    TheTvState().captionCallback = callback;
     return id;
 }
 
@@ -292,21 +294,51 @@ bool RemoveTvCaptionSubscription(int subscriptionId)
     return true;
 }
 
+void GiveUpTvCaptionSubscription(int subscriptionId)
+{
+    const auto guard = LockState();
+    const auto found = TheTvState().captions.find(subscriptionId);
+    if (found != TheTvState().captions.end()) {
+        found->second.givenUp = true;
+    }
+}
+
 unsigned int ScriptedTvService::Caption(const TSCaption& caption)
 {
-    std::map<int, TvCaptionSubscription> subscriptions;
-    TSCaption copy;
+    // A subscriber may change the caption that it gets, so each gets one of its own.
+    std::vector<std::pair<TvCaptionSubscription, TSCaption>> subscriptions;
     {
         const FaultPause pause;
-        copy = caption;
         const auto guard = LockState();
-        subscriptions = TheTvState().captions;
+        for (const auto& [id, subscription] : TheTvState().captions) {
+            subscriptions.emplace_back(subscription, caption);
+        }
     }
     unsigned int called = 0;
-    for (const auto& [id, one] : subscriptions) {
-        called += one.slot->Run([&, &to = one] { to.callback(copy, to.userData); }) ? 1U : 0U;
+    for (auto& [to, copy] : subscriptions) {
+        called += to.slot->Run([&one = to, &own = copy] { one.callback(own, one.userData); }) ? 1U : 0U;
     }
     return called;
+}
+
+unsigned int ScriptedTvService::CaptionSubscriptions()
+{
+    const auto guard = LockState();
+    return static_cast<unsigned int>(TheTvState().captions.size());
+}
+
+void ScriptedTvService::LateCaption(TSCaption& caption, void* userData)
+{
+    TSCaptionCallback callback = nullptr;
+    {
+        const auto guard = LockState();
+        callback = TheTvState().captionCallback;
+    }
+    if (callback == nullptr) {
+        ADD_FAILURE() << "nobody subscribed to captions yet";
+        return;
+    }
+    callback(caption, userData);
 }
 
 void VerifyTvSubscriptions(TvState& state)
@@ -315,7 +347,9 @@ void VerifyTvSubscriptions(TvState& state)
         EXPECT_TRUE(subscription.count == 0 || subscription.givenUp)
             << subscription.count << " subscriptions to packets under the name '" << name << "' are left";
     }
-    EXPECT_EQ(state.captions.size(), 0U) << "subscriptions to captions are left";
+    for (const auto& [id, subscription] : state.captions) {
+        EXPECT_TRUE(subscription.givenUp) << "subscriptions to captions are left, the one with the id " << id;
+    }
 }
 
 } // namespace TTMLTest

@@ -40,15 +40,27 @@ void RunOnThread(const std::string& name, const std::function<void()>& body)
     thread.WaitUntilDone();
 }
 
-Texts Story()
+Texts Story(const std::string& thread)
 {
     Texts story;
     for (const auto& entry : Journal::Instance().Entries()) {
+        if (!thread.empty() && entry.thread != thread) {
+            continue;
+        }
         if (entry.service != "log" || (!IsOfTheSourceCore(entry.file) && SaysSomething(entry.text))) {
             story.push_back(entry.text);
         }
     }
     return story;
+}
+
+Texts Together(std::initializer_list<Texts> parts)
+{
+    Texts all;
+    for (const auto& part : parts) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    return all;
 }
 
 // A platform on which everything goes well.

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string>
@@ -32,8 +33,11 @@ void RunOnThread(const std::string& name, const std::function<void()>& body);
 
 // All that happened since the journal was cleared, in one order: the calls of the platform, what the client
 // is told ("client 11"), the operations of a TestSource ("t_SubscribeTTML()"), and the lines of the broadcast
-// sources' own files that say something, each behind the letter of its level ("W TVS is terminated!").
-Texts Story();
+// sources' own files that say something, each behind the letter of its level ("W TVS is terminated!"). With a
+// thread's name only what happened there.
+Texts Story(const std::string& thread = {});
+// The texts one after another.
+Texts Together(std::initializer_list<Texts> parts);
 
 // A platform on which everything goes well: a service that is not locked, with a TTML stream.
 class BroadcastTest : public ::testing::Test

@@ -116,6 +116,7 @@ TEST_F(BroadcastSignals, EnterAndLeaveTheCallback)
     m_source->m_keepPosts = true;
     EXPECT_EQ(TraceOf([&] { EXPECT_EQ(ScriptedTvService::LateSignal(60, m_source.get()), 1); }),
               (Texts{"t_TVSSignalCB: Enter", "t_TVSSignalCB: Exit"}));
+    EXPECT_EQ(ScriptedLog::Messages(PLATFORM_LOG_INFO).size(), 2U);
     ASSERT_EQ(m_source->m_posts.size(), 1U);
     const auto [data, handler] = m_source->m_posts.front();
     m_source->m_keepPosts = false;

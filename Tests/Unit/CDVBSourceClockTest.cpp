@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "DvbFixtures.h"
+#include "IMutex.h"
 
+TTML_EXPOSE(ClockMutex, TTML::CDVBSource, TTML::IMutex*, m_pTimeMutex)
 TTML_EXPOSE_FUNCTION(SetTimes, void (TTML::CDVBSource::*)(unsigned long long, unsigned long long),
                      TTML::CDVBSource::m_SetPtsMediaTime)
 TTML_EXPOSE_FUNCTION(GetTimes, void (TTML::CDVBSource::*)(unsigned long long&, unsigned long long&),
@@ -188,6 +190,57 @@ TEST_F(DvbClock, ShowsOnlyTimesThatBelongTogether)
     };
     Set(0, 10000);
     RunTogether({write, read, read});
+}
+
+// A mutex that counts what is done with it.
+class CountingMutex : public TTML::IMutex
+{
+public:
+    int Lock() override
+    {
+        ++m_locks;
+        return 0;
+    }
+    int Unlock() override
+    {
+        ++m_unlocks;
+        return 0;
+    }
+    bool TryLock(unsigned long /*waitingTime*/) override { return false; }
+    void Destroy() override { ++m_destructions; }
+
+    unsigned int m_locks = 0;
+    unsigned int m_unlocks = 0;
+    unsigned int m_destructions = 0;
+};
+
+TEST_F(DvbClock, KeepsItsTimesTogetherWithAMutexThatItDestroys)
+{
+    CountingMutex mutex;
+    Private<ClockMutex>(*m_source)->Destroy();
+    Private<ClockMutex>(*m_source) = &mutex;
+    Ask(0);
+    EXPECT_EQ(mutex.m_locks, 1U);
+    Start();
+    ScriptedTvService::Packet(Pes().Segment(kPlain, "a").Bytes());
+    EXPECT_EQ(mutex.m_locks, 2U);
+    ScriptedTvService::Packet(Pes().Bytes());
+    EXPECT_EQ(mutex.m_locks, 2U) << "a packet that cannot be read touches no time";
+    EXPECT_EQ(mutex.m_unlocks, 2U);
+    EXPECT_EQ(mutex.m_destructions, 0U);
+    m_source.reset();
+    EXPECT_EQ(mutex.m_destructions, 1U);
+    EXPECT_EQ(mutex.m_locks, 2U);
+}
+
+TEST_F(DvbClock, RunsWithoutAMutex)
+{
+    Private<ClockMutex>(*m_source)->Destroy();
+    Private<ClockMutex>(*m_source) = nullptr;
+    Start();
+    ScriptedTvService::Packet(Pes().Pts(90000).MediaTime(50000).Segment(kPlain, "a").Bytes());
+    EXPECT_EQ(Ask(0), 4000);
+    m_source.reset();
 }
 
 // The four branches, with the limits of each.

@@ -208,7 +208,7 @@ public:
     {
         std::string text = Draw(20) != 0 ? "PT" : Pick({"P", "T", "pt", "P1DT", "", "PPT", " PT"});
         for (unsigned int parts = Draw(5); parts > 0; --parts) {
-            text += Number() + Pick({"H", "M", "S", "S", "M", "H", "h", " S", "xM", "TH", ""});
+            text += Number() + Pick({"H", "M", "S", "S", "M", "H", "h", " S", "xM", "TH", " "});
         }
         return text;
     }
@@ -226,11 +226,11 @@ private:
         case 0:
             return "";
         case 1:
-            return Pick({"-", "+", " ", ".", "e1", "-.", "+ 1"});
+            return Pick({"-", "+", " ", ".", "e1 ", "-.", "+ 1 "});
         case 2:
             return Pick({"-", "+", " ", "0"}) + digits;
         case 3:
-            return digits + "e" + Pick({"0", "1", "-1", "+2", "-3", ""});
+            return digits + "e" + Pick({"0", "1", "-1", "+2", "-3", ""}) + " "; // no digits of the next part
         case 4:
             return digits;
         default:

@@ -15,15 +15,6 @@ std::string Number(int session)
 
 } // namespace
 
-Texts Together(std::initializer_list<Texts> parts)
-{
-    Texts all;
-    for (const auto& part : parts) {
-        all.insert(all.end(), part.begin(), part.end());
-    }
-    return all;
-}
-
 Texts AsksForTheStream(int session)
 {
     const std::string control = Number(session);

@@ -12,9 +12,6 @@
 
 namespace TTMLTest {
 
-// The texts one after another.
-Texts Together(std::initializer_list<Texts> parts);
-
 // What the DVB source does with the scene of a TTML service, from the first session number on.
 Texts AsksForTheStream(int session = 1);
 Texts Subscribes(int session = 1);
