@@ -282,18 +282,31 @@ TEST_F(Atsc3Input, EveryAllocationOfAnOpeningMayFail)
 TEST_F(Atsc3Input, WithoutMemoryTheServiceEndsWithAnErrorAndCanBeTunedAgain)
 {
     const std::string input = Three();
+    const std::string error = "Cannot play '" + input + "': there is no memory left; free some";
+    std::unique_ptr<FaultInjection> fault;
+    bool isFirst = true;
+    Gate memoryIsBack("there is memory again");
+    m_recorder.When("caption 2000000000 0 1", [&fault, &isFirst] {
+        const FaultPause pause;
+        if (isFirst) {
+            fault = std::make_unique<FaultInjection>(Call::NEW, 1, FaultInjection::kAll);
+        }
+        isFirst = false;
+    });
+    m_recorder.When("end: " + error, [&fault, &memoryIsBack] {
+        fault.reset();
+        memoryIsBack.Open();
+    });
     const OpenAtsc3 tv(FastService(input), &m_recorder);
     const CaptionViewer viewer(&m_recorder);
-    std::unique_ptr<FaultInjection> fault;
-    m_recorder.When("caption 2000000000 0 1", [&fault] {
-        const FaultPause pause;
-        fault = std::make_unique<FaultInjection>(Call::NEW, 1, FaultInjection::kAll);
-    });
-    m_recorder.When("end: Cannot play '" + input + "': there is no memory left; free some",
-                    [&fault] { fault.reset(); });
     TTMLHost::TvStart();
-    EXPECT_EQ(m_recorder.WaitForEnd(), "Cannot play '" + input + "': there is no memory left; free some");
+    EXPECT_EQ(m_recorder.WaitForEnd(), error);
     EXPECT_EQ(Captions().size(), 2U);
+    ASSERT_TRUE(memoryIsBack.Wait());
+    m_recorder.Clear();
+    EXPECT_TRUE(TTMLHost::TvTune("1", nullptr));
+    EXPECT_EQ(m_recorder.WaitForEnd(), "");
+    EXPECT_EQ(Captions().size(), 3U);
 }
 
 } // namespace
