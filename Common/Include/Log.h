@@ -42,6 +42,8 @@ public:
     CLogScope(const CLogScope&) = delete;
     CLogScope& operator=(const CLogScope&) = delete;
 
+    const CThreadName& Thread() const { return m_thread; }
+
 private:
     const char* m_file;
     const char* m_function;
@@ -50,7 +52,25 @@ private:
     const CThreadName m_thread;
 };
 
+inline const CThreadName& ThreadNameFrom(const CLogScope& scope)
+{
+    return scope.Thread();
+}
+
+inline CThreadName ThreadNameFrom(CThreadName (*ask)())
+{
+    return ask();
+}
+
 } // namespace TTML
+
+// Asking for the thread's name is a system call, nearly half of the cost of a line. Where a TTML_LOG_SCOPE()
+// is open a line takes the name from it, elsewhere it asks: `logScope` names the scope's object there and
+// this function here.
+inline ::TTML::CThreadName logScope()
+{
+    return {};
+}
 
 #define TTML_LOG_TAG "TTML"
 #define TTML_LOG_YELLOW "\033[01;33m"
@@ -59,7 +79,7 @@ private:
 #define TTML_LOG_PREFIX "%s: %s(%d) > Thread:[%s %lu] ["
 
 #define TTML_LOG_ARGUMENTS(file, function, line)                                                             \
-    file, function, line, ::TTML::CThreadName().c_str(), static_cast<unsigned long>(pthread_self())
+    file, function, line, ::TTML::ThreadNameFrom(logScope).c_str(), static_cast<unsigned long>(pthread_self())
 #define TTML_LOG_HERE TTML_LOG_ARGUMENTS(::TTML::LogFileName(__FILE__), __func__, __LINE__)
 
 // What follows `message`: the arguments of the prefix, then those of the message.

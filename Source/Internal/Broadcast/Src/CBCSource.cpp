@@ -119,9 +119,13 @@ void CBCSource::t_Close()
     // With commands and signals still queued the thread would run operations of an object that is half gone.
     t_EndSourceThread();
     m_ReleaseSignals();
-    while (m_pSignals != nullptr) {
-        const std::unique_ptr<SourceTVSCbData> pTvsData(m_pSignals);
-        m_ForgetSignal(pTvsData.get());
+    // No thread is left that could touch the list.
+    SourceTVSCbData* pTvsData = m_pSignals;
+    m_pSignals = nullptr;
+    while (pTvsData != nullptr) {
+        SourceTVSCbData* const pNext = pTvsData->pNext;
+        delete pTvsData;
+        pTvsData = pNext;
     }
 }
 
