@@ -209,6 +209,13 @@ TEST(ScanFloat, ReadsWhatIsBeyondTheRange)
     EXPECT_EQ(FloatOf("nan"), (Float{true, std::numeric_limits<float>::quiet_NaN()}));
 }
 
+// The point is read as part of the number, whose longest beginning that is one is the 0.
+TEST(ScanFloat, ReadsAHexadecimalPointAloneAsZero)
+{
+    EXPECT_EQ(FloatOf("0x."), (Float{true, 0.0F}));
+    EXPECT_EQ(FloatOf("-0X.S"), (Float{true, -0.0F}));
+}
+
 TEST(ScanFloat, LeavesTheValueWithoutANumber)
 {
     for (const char* text :

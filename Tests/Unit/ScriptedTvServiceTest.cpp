@@ -1,6 +1,7 @@
 // The scripted TV service, recorder and settings themselves: what they answer, and that they do not let pass
 // what they should not.
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -262,6 +263,43 @@ TEST_F(ScriptedTv, DeliversCaptions)
     EXPECT_EQ(ScriptedTvService::Caption({}), 0U);
     EXPECT_NONFATAL_FAILURE(subscriber->UnsubscribeCaption(id), "no such subscription");
     EXPECT_EQ(m_count, 1);
+    TVServiceAPI::Destroy(subscriber);
+}
+
+TEST_F(ScriptedTv, GivesEachSubscriberACaptionOfItsOwn)
+{
+    TVServiceAPI::IDataSubscriber* subscriber = nullptr;
+    TVServiceAPI::CreateDataSubscriber(PROFILE_MAIN, 0, &subscriber);
+    std::array<int, 2> ids{};
+    const TSCaptionCallback callback = [](TSCaption& caption, void* size) {
+        caption.data.push_back(0);
+        *static_cast<std::size_t*>(size) = caption.data.size();
+    };
+    std::array<std::size_t, 2> sizes{};
+    subscriber->SubscribeCaption(callback, &sizes[0], ids[0]);
+    subscriber->SubscribeCaption(callback, &sizes[1], ids[1]);
+    EXPECT_EQ(ScriptedTvService::CaptionSubscriptions(), 2U);
+    EXPECT_EQ(ScriptedTvService::Caption({}), 2U);
+    EXPECT_EQ(sizes, (std::array<std::size_t, 2>{1, 1}));
+    subscriber->UnsubscribeCaption(ids[0]);
+    subscriber->UnsubscribeCaption(ids[1]);
+    EXPECT_EQ(ScriptedTvService::CaptionSubscriptions(), 0U);
+    TSCaption late;
+    ScriptedTvService::LateCaption(late, &sizes[0]);
+    EXPECT_EQ(late.data.size(), 1U) << "the late one is the caller's";
+    TVServiceAPI::Destroy(subscriber);
+}
+
+TEST_F(ScriptedTv, DoesNotMissCaptionsThatItWasToldToKeep)
+{
+    TVServiceAPI::IDataSubscriber* subscriber = nullptr;
+    TVServiceAPI::CreateDataSubscriber(PROFILE_MAIN, 0, &subscriber);
+    int id = 0;
+    const TSCaptionCallback callback = [](TSCaption&, void* counter) { ++*static_cast<int*>(counter); };
+    subscriber->SubscribeCaption(callback, &m_count, id);
+    ScriptedTvService::Answer(TvCall::UNSUBSCRIBE_CAPTION, TvAnswer::Failure(0));
+    EXPECT_EQ(subscriber->UnsubscribeCaption(id), 0);
+    EXPECT_EQ(ScriptedTvService::Caption({}), 1U) << "it goes on calling";
     TVServiceAPI::Destroy(subscriber);
 }
 

@@ -17,7 +17,7 @@ bool ScanInt(const char*& text, std::int32_t& value);
 bool ScanFloat(const char* text, float& value);
 
 // Truncated towards zero; what does not fit becomes the nearest number that does, and what is none becomes 0.
-std::int32_t ToInt32(float value);
+std::int32_t ToInt32(double value);
 std::int64_t ToInt64(double value);
 
 } // namespace TTML

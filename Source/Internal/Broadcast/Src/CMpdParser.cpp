@@ -166,7 +166,7 @@ std::int32_t CMpdParser::m_GmtOffset()
     if (asLocal == static_cast<std::time_t>(-1)) {
         TTML_LOGW("mktime returns -1");
     }
-    return Low32(ToInt64(std::difftime(now, asLocal)));
+    return ToInt32(std::difftime(now, asLocal));
 }
 
 std::int64_t CMpdParser::m_ISO8601TimeToSecond(const std::string& text)

@@ -39,11 +39,11 @@ const char* SkipSign(const char* text)
     return *text == '+' || *text == '-' ? text + 1 : text;
 }
 
-// Scanning commits itself where conversion goes back: to a hexadecimal number once an x has come, to
-// "infinity" once there is more than "inf".
+// Scanning commits itself where conversion goes back: to a hexadecimal number once an x has come (which a
+// point alone makes one), to "infinity" once there is more than "inf".
 bool IsCutShort(const char* number, const char* end)
 {
-    return (*number == '0' && end == number + 1 && IsLetter(*end, 'x')) ||
+    return (*number == '0' && end == number + 1 && IsLetter(*end, 'x') && end[1] != '.') ||
            (IsLetter(*number, 'i') && end == number + 3 && IsLetter(*end, 'i'));
 }
 
@@ -82,16 +82,16 @@ bool ScanFloat(const char* text, float& value)
     return true;
 }
 
-std::int32_t ToInt32(float value)
+std::int32_t ToInt32(double value)
 {
     if (std::isnan(value)) {
         return 0;
     }
-    // The limits as floats: the upper one is the first that does not fit.
-    if (value >= 2147483648.0F) {
+    // The upper limit is the first that does not fit.
+    if (value >= 2147483648.0) {
         return std::numeric_limits<std::int32_t>::max();
     }
-    if (value < -2147483648.0F) {
+    if (value < -2147483648.0) {
         return std::numeric_limits<std::int32_t>::min();
     }
     return static_cast<std::int32_t>(value);
