@@ -49,6 +49,9 @@ private:
     // What went wrong in a run that is over, in one line; empty when nothing did.
     std::string Complaint(const Session& session, const Stage& stage) const;
 
+    // Whether a run that is over delivered nothing because of its input.
+    static bool CameToNothing(const Session& session, const Stage& stage);
+
     CommonOptions m_common;
     std::optional<double> m_speed;
     bool m_recording = false;

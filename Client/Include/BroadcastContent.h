@@ -29,13 +29,15 @@ public:
 
     // What to do around a tune, so that WaitTuned() is about that one.
     void ExpectTune();
-    // Waits until the source has handled the success of the tune that was expected. At once when the input is
-    // over or waits were given up.
-    void WaitTuned();
+    // Waits until the source has handled the success of the tune that was expected, or until that tune has
+    // failed: then in one line why. At once, and empty, when the input is over or waits were given up.
+    std::string WaitTuned();
     void GiveUpWaits();
 
     // Why the input ended; empty when it came to its regular end or has not ended.
     std::string InputError() const;
+    // Whether the service has complained of its input or of a tune.
+    bool Complained() const;
 
     void Play() override;
     void Pause() override;
@@ -46,6 +48,7 @@ public:
     void OnSignal(ESignalType signal) override;
     void OnPesDelivered() override;
     void OnWarning(const std::string& line) override;
+    void OnTuneFailed(const std::string& line) override;
     void OnEnd(const std::string& error) override;
 
 private:
@@ -69,6 +72,8 @@ private:
     bool m_tunedOnce = false;
     bool m_over = false;
     bool m_givenUp = false;
+    bool m_complained = false;
+    std::string m_tuneError; // why the expected tune failed; it may succeed late all the same
     std::string m_inputError;
 };
 

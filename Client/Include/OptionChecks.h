@@ -5,7 +5,7 @@
 
 namespace TTMLClient {
 
-// Accepts finite numbers above 0.
+// Accepts speeds from a thousandth to ten thousand times.
 CLI::Validator SpeedCheck();
 
 // Accepts whole numbers of a range.
@@ -13,6 +13,9 @@ CLI::Validator NumberCheck(int first, int last);
 
 // Accepts any text but an empty one; `what` says what is missing otherwise ("the name of a folder").
 CLI::Validator TextCheck(const std::string& what);
+
+// Accepts codes of ISO 639 by their form.
+CLI::Validator LanguageCheck();
 
 } // namespace TTMLClient
 

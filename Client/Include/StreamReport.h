@@ -13,6 +13,13 @@ namespace TTMLClient {
 std::string StreamTable(const std::string& input, const TTMLHost::TvStreamInfo& info);
 std::string StreamJson(const std::string& input, const TTMLHost::TvStreamInfo& info);
 
+// The kinds of errors that were found, with their numbers: "2 continuity errors, 1 bad table". Empty when
+// there were none.
+std::string ErrorCounts(const TTMLHost::TvStatistics& statistics);
+
+// An input as messages name it.
+std::string InputName(const std::string& input);
+
 // "1 packet", "2 packets".
 std::string CountText(std::uint64_t number, const std::string& what);
 

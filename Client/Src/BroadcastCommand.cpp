@@ -147,13 +147,26 @@ int BroadcastCommand::Play(const Stage& stage, Output& output) const
     stage.content.Disconnect();
     session.End();
 
+    const std::string errors = ErrorCounts(TTMLHost::TvGetStatistics());
+    if (!errors.empty()) {
+        PrintMessage("errors in " + InputName(m_tv.input) + ": " + errors);
+    }
     const std::string complaint = Complaint(session, stage);
     if (!complaint.empty()) {
         PrintMessage(complaint);
         return EXIT_FAILED;
     }
-    const bool nothing = stage.control.Reason() == StopReason::InputOver && session.Delivered() == 0;
-    return nothing ? EXIT_FAILED : EXIT_DONE;
+    return CameToNothing(session, stage) ? EXIT_FAILED : EXIT_DONE;
+}
+
+bool BroadcastCommand::CameToNothing(const Session& session, const Stage& stage)
+{
+    if (session.Delivered() > 0) {
+        return false;
+    }
+    const StopReason reason = stage.control.Reason();
+    // The time may have been too short for the first subtitle.
+    return reason == StopReason::InputOver || (reason == StopReason::TimeUp && stage.content.Complained());
 }
 
 void BroadcastCommand::Perform(Session& session, const Stage& stage) const
@@ -162,8 +175,9 @@ void BroadcastCommand::Perform(Session& session, const Stage& stage) const
         stage.control.Wait();
         return;
     }
-    // Its words are about a service that is there.
-    stage.content.WaitTuned();
+    // Its words are about a service that is there. That the first tune fails comes as a warning, or as the
+    // end.
+    (void)stage.content.WaitTuned();
     TrackCommands track(session, stage.content, stage.control, {0, "", std::nullopt});
     BroadcastCommands commands(session, stage.content, stage.television, stage.control);
     ScriptRunner runner;
@@ -185,13 +199,15 @@ std::string BroadcastCommand::Complaint(const Session& session, const Stage& sta
         return stage.content.InputError();
     }
     const TTMLHost::TvStatistics statistics = TTMLHost::TvGetStatistics();
-    if (control.Reason() == StopReason::TimeUp && statistics.packets == 0) {
-        return "nothing came from '" + m_tv.input + "' within --duration; check the address and the sender";
+    // A complaint says better than this why there were no packets.
+    if (control.Reason() == StopReason::TimeUp && statistics.packets == 0 && !stage.content.Complained()) {
+        return "nothing came from " + InputName(m_tv.input) + " within --duration; check " +
+               (m_tv.input == "-" ? "the program that writes it" : "the address and the sender");
     }
     // That packets are scrambled or damaged has been said when they came.
     if (control.Reason() == StopReason::InputOver && session.Delivered() == 0 &&
         statistics.scrambledPackets == 0 && statistics.pesDropped == 0) {
-        return "playing '" + m_tv.input + "' delivered nothing: " + WhyNothingCame(statistics);
+        return "playing " + InputName(m_tv.input) + " delivered nothing: " + WhyNothingCame(statistics);
     }
     return {};
 }

@@ -62,7 +62,11 @@ void BroadcastCommands::Tune(const std::string& service)
         m_control.Fail(error);
         return;
     }
-    m_content.WaitTuned();
+    error = m_content.WaitTuned();
+    if (!error.empty()) {
+        m_control.Fail(error);
+        return;
+    }
     Settle();
 }
 

@@ -29,12 +29,15 @@ void BroadcastContent::ExpectTune()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_tune = Tune::Expected;
+    m_tuneError.clear();
 }
 
-void BroadcastContent::WaitTuned()
+std::string BroadcastContent::WaitTuned()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_tune == Tune::Done || m_over || m_givenUp; });
+    m_changed.wait(lock,
+                   [this] { return m_tune == Tune::Done || !m_tuneError.empty() || m_over || m_givenUp; });
+    return m_tune == Tune::Done ? std::string() : m_tuneError;
 }
 
 void BroadcastContent::GiveUpWaits()
@@ -50,6 +53,12 @@ std::string BroadcastContent::InputError() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_inputError;
+}
+
+bool BroadcastContent::Complained() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_complained;
 }
 
 // A broadcast cannot be held, and its data reach the client without the source's queue.
@@ -111,7 +120,21 @@ void BroadcastContent::OnPesDelivered()
 
 void BroadcastContent::OnWarning(const std::string& line)
 {
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_complained = true;
+    }
     PrintMessage(line);
+}
+
+void BroadcastContent::OnTuneFailed(const std::string& line)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_complained = true;
+        m_tuneError = line;
+    }
+    m_changed.notify_all();
 }
 
 void BroadcastContent::OnEnd(const std::string& error)

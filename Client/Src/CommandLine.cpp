@@ -18,6 +18,22 @@
 
 namespace TTMLClient {
 
+namespace {
+
+// The word where a subcommand should stand; empty when there is none.
+std::string UnknownSubcommand(const CLI::App& program)
+{
+    const CLI::App* app = &program;
+    while (!app->get_subcommands().empty()) {
+        app = app->get_subcommands().front();
+    }
+    const std::vector<std::string> rest = app->remaining();
+    return app->get_require_subcommand_min() == 0 || rest.empty() || rest.front()[0] == '-' ? ""
+                                                                                            : rest.front();
+}
+
+} // namespace
+
 int RunCommandLine(int argc, const char* const* argv)
 {
     CLI::App program("Plays TTML subtitles through the source layer and shows what a subtitle engine gets",
@@ -50,7 +66,9 @@ int RunCommandLine(int argc, const char* const* argv)
         // Help or the version was asked for.
         return program.exit(success) == 0 ? EXIT_DONE : EXIT_FAILED;
     } catch (const CLI::ParseError& error) {
-        PrintMessage(std::string(error.what()) + "; see ttmlsrc --help");
+        const std::string unknown = UnknownSubcommand(program);
+        PrintMessage((unknown.empty() ? error.what() : "unknown subcommand '" + unknown + "'") +
+                     "; see ttmlsrc --help");
         return EXIT_USAGE;
     } catch (const UsageError& error) {
         PrintMessage(std::string(error.what()) + "; see ttmlsrc --help");

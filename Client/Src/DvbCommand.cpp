@@ -40,7 +40,7 @@ CLI::App* DvbCommand::Declare(CLI::App& program)
         ->check(TextCheck("the id or the name of a service"));
     command->add_option("--lang", m_tv.language, "The language of the subtitles (the first one)")
         ->option_text("XXX")
-        ->check(TextCheck("a language of three letters, such as eng"));
+        ->check(LanguageCheck());
     AddOptions(*command);
     command->footer("Script words: " + WordForms(Words()) + "\n\n" + kExamples);
     return command;

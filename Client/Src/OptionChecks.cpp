@@ -1,18 +1,28 @@
 #include "OptionChecks.h"
 
-#include <cmath>
+#include <algorithm>
+#include <cctype>
 #include <string>
 
 namespace TTMLClient {
+
+namespace {
+
+// Beyond these, times no longer fit what counts them.
+constexpr double kSlowest = 0.001;
+constexpr double kFastest = 10000;
+
+} // namespace
 
 CLI::Validator SpeedCheck()
 {
     const auto check = [](const std::string& text) {
         double speed = 0;
         const bool number = CLI::detail::lexical_cast(text, speed);
-        return number && speed > 0 && std::isfinite(speed)
+        // No comparison holds for what is not a number.
+        return number && speed >= kSlowest && speed <= kFastest
                    ? std::string()
-                   : "takes a number above 0, such as 2 or 0.5, not '" + text + "'";
+                   : "takes a number from 0.001 to 10000, such as 2 or 0.5, not '" + text + "'";
     };
     return {check, "", "speed"};
 }
@@ -35,6 +45,18 @@ CLI::Validator TextCheck(const std::string& what)
         return text.empty() ? "takes " + what : std::string();
     };
     return {check, "", "text"};
+}
+
+CLI::Validator LanguageCheck()
+{
+    const auto check = [](const std::string& text) {
+        const bool letters =
+            std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isalpha(c) != 0; });
+        return letters && text.size() == 3
+                   ? std::string()
+                   : "takes a language of three letters, such as eng, not '" + text + "'";
+    };
+    return {check, "", "language"};
 }
 
 } // namespace TTMLClient

@@ -90,7 +90,7 @@ void ReadArgument(const Word& word, const std::string& text, const Vocabulary& v
         step.text = text;
     } else if (word.argument == Argument::Age) {
         if (!ReadAge(text, step.age)) {
-            Refuse(name + " takes an age such as 12, or none, not '" + text + "'", vocabulary);
+            Refuse(name + " takes an age from 0 to 99, or none, not '" + text + "'", vocabulary);
         }
     } else {
         const std::vector<std::string> names = Split(text, ',');

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <system_error>
@@ -38,6 +39,7 @@ constexpr KnownSetting kKnown[] = {
     {"db/menu/broadcasting/atsc3_enable", SettingType::Bool},
     {"db/menu/caption/caption", SettingType::Int},
     {"db/menu/caption/captionlanguage", SettingType::Int},
+    {"db/tv/lock_type", SettingType::Int},
 };
 
 const char* TypeName(SettingType type)
@@ -105,6 +107,16 @@ int Print(const std::string& text)
         return EXIT_FAILED;
     }
     return EXIT_DONE;
+}
+
+// What is wrong with the store is the client's to say here, and once is enough: without this the log would
+// say it, too. Before anything is logged.
+void HideWarnings()
+{
+    const char* const threshold = std::getenv("TTML_LOG");
+    if (threshold == nullptr || *threshold == '\0' || std::string(threshold) == "warning") {
+        (void)setenv("TTML_LOG", "error", 1);
+    }
 }
 
 // What is wrong with a type; empty when nothing is.
@@ -175,6 +187,7 @@ void SettingsCommand::Complete()
 
 int SettingsCommand::Run()
 {
+    HideWarnings();
     if (m_list->parsed()) {
         return List();
     }

@@ -151,6 +151,36 @@ std::string CountText(std::uint64_t number, const std::string& what)
     return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
 }
 
+std::string ErrorCounts(const TTMLHost::TvStatistics& statistics)
+{
+    struct Kind
+    {
+        std::uint64_t number;
+        const char* what;
+        const char* end;
+    };
+    const std::array<Kind, 6> kinds = {{
+        {statistics.pesDropped, "subtitle packet", " left out"},
+        {statistics.continuityErrors, "continuity error", ""},
+        {statistics.transportErrors, "transport error", ""},
+        {statistics.resynchronisations, "resynchronisation", ""},
+        {statistics.scrambledPackets, "scrambled packet", ""},
+        {statistics.badSections, "bad table", ""},
+    }};
+    std::string text;
+    for (const Kind& kind : kinds) {
+        if (kind.number != 0) {
+            text += (text.empty() ? "" : ", ") + CountText(kind.number, kind.what) + kind.end;
+        }
+    }
+    return text;
+}
+
+std::string InputName(const std::string& input)
+{
+    return input == "-" ? "standard input" : "'" + input + "'";
+}
+
 std::string PurposeText(int purpose)
 {
     static const std::map<int, const char*> kPurposes = {
@@ -184,8 +214,7 @@ std::string ProfileText(int profile)
 std::string StreamTable(const std::string& input, const TTMLHost::TvStreamInfo& info)
 {
     const TTMLHost::TvStatistics& statistics = info.statistics;
-    std::string text = (input == "-" ? std::string("standard input") : "'" + input + "'") + ": " +
-                       CountText(statistics.packets, "transport packet") + " of " +
+    std::string text = InputName(input) + ": " + CountText(statistics.packets, "transport packet") + " of " +
                        std::to_string(info.packetSize) + " bytes, " +
                        CountText(info.services.size(), "service") + "\n";
     for (const TTMLHost::TvServiceInfo& service : info.services) {
@@ -195,7 +224,8 @@ std::string StreamTable(const std::string& input, const TTMLHost::TvStreamInfo& 
             std::to_string(statistics.transportErrors) + " transport, " +
             std::to_string(statistics.resynchronisations) + " resynchronisation, " +
             CountText(statistics.scrambledPackets, "scrambled packet") + ", " +
-            CountText(statistics.pesDropped, "damaged PES packet") + "\n";
+            CountText(statistics.pesDropped, "damaged PES packet") + ", " +
+            CountText(statistics.badSections, "bad table") + "\n";
     return text;
 }
 
@@ -211,6 +241,7 @@ std::string StreamJson(const std::string& input, const TTMLHost::TvStreamInfo& i
     object["resynchronisations"] = statistics.resynchronisations;
     object["scrambledPackets"] = statistics.scrambledPackets;
     object["damagedPesPackets"] = statistics.pesDropped;
+    object["badTables"] = statistics.badSections;
     object["services"] = nlohmann::ordered_json::array();
     for (const TTMLHost::TvServiceInfo& service : info.services) {
         object["services"].push_back(ServiceObject(service));

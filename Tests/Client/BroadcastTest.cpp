@@ -45,6 +45,7 @@ public:
             m_content.OnSignal(SIGNAL_TUNE_START);
             m_content.OnSignal(SIGNAL_TUNE_SUCCESS);
         }
+        tuning.Open();
         return true;
     }
     void Activate() override { m_calls.push_back("Activate"); }
@@ -70,6 +71,7 @@ public:
 
     std::string tuneError;
     bool tunesAtOnce = true;
+    TTMLTest::Gate tuning{"a tune has begun"};
     bool channelLock = false;
     bool takesSettings = true;
 
@@ -171,6 +173,7 @@ public:
     {
         television.tunesAtOnce = false;
         m_thread = std::thread([&commands] { commands.Tune("2"); });
+        EXPECT_TRUE(television.tuning.Wait());
     }
     ~TuneBeside() { m_thread.join(); }
     TuneBeside(const TuneBeside&) = delete;
@@ -196,6 +199,28 @@ TEST_F(BroadcastTest, WaitsForNoTuneOnceWaitsAreGivenUp)
         m_content.GiveUpWaits();
     }
     EXPECT_EQ(TakeCalls(), (Calls{"Tune 2", "Settle", "event", "event"}));
+}
+
+TEST_F(BroadcastTest, FailsTheRunWhenATuneThatHasBegunFails)
+{
+    {
+        const TuneBeside tune(*m_commands, m_television);
+        m_content.OnSignal(SIGNAL_TUNE_START);
+        m_content.OnTuneFailed("its PMT does not come");
+    }
+    EXPECT_EQ(TakeCalls(), (Calls{"Tune 2"}));
+    EXPECT_EQ(m_control.Failure(), "its PMT does not come");
+    EXPECT_EQ(m_control.Reason(), StopReason::Failed);
+}
+
+TEST_F(BroadcastTest, FailsTheRunWhenATuneFailsAtTheEndOfTheInput)
+{
+    {
+        const TuneBeside tune(*m_commands, m_television);
+        m_content.OnTuneFailed("it does not come");
+        m_content.OnEnd("");
+    }
+    EXPECT_EQ(m_control.Failure(), "it does not come");
 }
 
 TEST_F(BroadcastTest, HoldsTheServiceAtEachSignalUntilTheSourceHasHandledIt)
@@ -239,6 +264,39 @@ TEST(BroadcastContent, TakesASuccessWithoutAStartForThatOfAnEarlierTune)
     content.OnSignal(SIGNAL_TUNE_START);
     content.OnSignal(SIGNAL_TUNE_SUCCESS);
     EXPECT_EQ(calls, (Calls{"tuned"}));
+}
+
+TEST(BroadcastContent, ForgetsAFailedTuneWithTheNext)
+{
+    BroadcastContent content(nullptr, nullptr);
+    content.OnTuneFailed("it does not come");
+    EXPECT_EQ(content.WaitTuned(), "it does not come");
+    content.ExpectTune();
+    content.OnSignal(SIGNAL_TUNE_START);
+    content.OnSignal(SIGNAL_TUNE_SUCCESS);
+    EXPECT_EQ(content.WaitTuned(), "");
+}
+
+TEST(BroadcastContent, TakesATuneThatSucceedsLateForDone)
+{
+    BroadcastContent content(nullptr, nullptr);
+    content.OnSignal(SIGNAL_TUNE_START);
+    content.OnTuneFailed("it does not come");
+    content.OnSignal(SIGNAL_TUNE_SUCCESS);
+    EXPECT_EQ(content.WaitTuned(), "");
+}
+
+TEST(BroadcastContent, KnowsWhetherTheServiceComplained)
+{
+    for (const bool tune : {false, true}) {
+        BroadcastContent content(nullptr, nullptr);
+        EXPECT_FALSE(content.Complained());
+        testing::internal::CaptureStderr();
+        tune ? content.OnTuneFailed("it does not come") : content.OnWarning("it is scrambled");
+        // The failed tune is shown by who waits for it.
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), tune ? "" : "ttmlsrc: it is scrambled\n");
+        EXPECT_TRUE(content.Complained());
+    }
 }
 
 TEST(BroadcastContent, ShowsWarningsOneALine)

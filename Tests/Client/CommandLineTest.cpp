@@ -48,10 +48,10 @@ TEST(CommandLine, RefusesArgumentsThatDoNotFit)
                      "--duration takes a time like 1500ms or 30s, not '30'");
     ExpectUsageError({"broadband", "--url", "a", "--duration", "0s"},
                      "--duration takes a time like 1500ms or 30s, not '0s'");
-    for (const char* speed : {"0", "-1", "inf", "nan", "fast"}) {
+    for (const char* speed : {"0", "-1", "inf", "nan", "fast", "0.0009", "10001", "1e9"}) {
         ExpectUsageError({"broadband", "--media", "a", "--speed", speed},
-                         "--speed: takes a number above 0, such as 2 or 0.5, not '" + std::string(speed) +
-                             "'");
+                         "--speed: takes a number from 0.001 to 10000, such as 2 or 0.5, not '" +
+                             std::string(speed) + "'");
     }
     ExpectUsageError({"broadband", "--url", "a", "--dnt", "3"}, "--dnt: takes a number from 0 to 2, not '3'");
     ExpectUsageError({"broadband", "--url", "a", "--dnt", "x"}, "--dnt: takes a number from 0 to 2, not 'x'");
@@ -66,9 +66,13 @@ TEST(CommandLine, RefusesArgumentsOfATransportStreamThatDoNotFit)
     ExpectUsageError({"dvb"}, "INPUT is required");
     ExpectUsageError({"dvb", ""}, "INPUT: takes a file, -, or an address");
     ExpectUsageError({"dvb", "a", "--service", ""}, "--service: takes the id or the name of a service");
-    ExpectUsageError({"dvb", "a", "--lang", ""}, "--lang: takes a language of three letters, such as eng");
+    for (const char* language : {"", "en", "engl", "e-g", "e1g"}) {
+        ExpectUsageError({"dvb", "a", "--lang", language},
+                         "--lang: takes a language of three letters, such as eng, not '" +
+                             std::string(language) + "'");
+    }
     ExpectUsageError({"dvb", "a", "--speed", "0"},
-                     "--speed: takes a number above 0, such as 2 or 0.5, not '0'");
+                     "--speed: takes a number from 0.001 to 10000, such as 2 or 0.5, not '0'");
     ExpectUsageError({"dvb", "a", "--speed", "2", "--fast"}, "--speed and --fast exclude each other");
     ExpectUsageError(
         {"dvb", "a", "--script", "jump"},
@@ -78,6 +82,15 @@ TEST(CommandLine, RefusesArgumentsOfATransportStreamThatDoNotFit)
         "tvs activate|deactivate|terminate, pvr play|stop|trick");
     ExpectUsageError({"info"}, "INPUT is required");
     ExpectUsageError({"info", ""}, "INPUT: takes a file or -");
+}
+
+TEST(CommandLine, NamesASubcommandThatThereIsNot)
+{
+    ExpectUsageError({"nonsense"}, "unknown subcommand 'nonsense'");
+    ExpectUsageError({"nonsense", "--fast"}, "unknown subcommand 'nonsense'");
+    ExpectUsageError({"settings", "show"}, "unknown subcommand 'show'");
+    ExpectUsageError({"settings"}, "A subcommand is required");
+    ExpectUsageError({"--nonsense"}, "A subcommand is required");
 }
 
 TEST(CommandLine, RefusesWhatItDoesNotKnow)

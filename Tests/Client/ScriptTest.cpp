@@ -121,7 +121,7 @@ TEST(Script, RefusesABroadcastsArgumentsThatDoNotFit)
     EXPECT_EQ(BroadcastRefusal("lock maybe"), "script word 'lock' takes on|off, not 'maybe'" + valid);
     for (const char* age : {"-1", "100", "twelve", "12.5", "None", "1 2"}) {
         EXPECT_EQ(BroadcastRefusal("rating " + std::string(age)),
-                  "script word 'rating' takes an age such as 12, or none, not '" + std::string(age) + "'" +
+                  "script word 'rating' takes an age from 0 to 99, or none, not '" + std::string(age) + "'" +
                       valid);
     }
     EXPECT_EQ(BroadcastRefusal("tvs on"),

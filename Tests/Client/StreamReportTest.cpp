@@ -34,6 +34,7 @@ TvStreamInfo TwoServices()
     info.statistics.scrambledPackets = 3;
     info.statistics.resynchronisations = 4;
     info.statistics.pesDropped = 1;
+    info.statistics.badSections = 5;
     info.services = {harbour, bare};
     return info;
 }
@@ -54,7 +55,7 @@ TEST(StreamTable, ShowsServicesComponentsAndErrors)
               "  no components\n"
               "\n"
               "errors: 1 continuity, 2 transport, 4 resynchronisation, 3 scrambled packets, 1 damaged PES "
-              "packet\n");
+              "packet, 5 bad tables\n");
 }
 
 TEST(StreamTable, ShowsTextsOfAStreamWithoutControlCharacters)
@@ -74,7 +75,8 @@ TEST(StreamJson, HoldsTheSameInOneLine)
     EXPECT_EQ(StreamJson("a.ts", TwoServices()),
               "{\"input\":\"a.ts\",\"packetSize\":204,\"packets\":3000,\"continuityErrors\":1,"
               "\"transportErrors\":2,\"resynchronisations\":4,\"scrambledPackets\":3,\"damagedPesPackets\":1,"
-              "\"services\":[{\"id\":101,\"name\":\"Harbour TV\",\"pmtPid\":256,\"pcrPid\":257,\"pcrs\":1,"
+              "\"badTables\":5,\"services\":[{\"id\":101,\"name\":\"Harbour "
+              "TV\",\"pmtPid\":256,\"pcrPid\":257,\"pcrs\":1,"
               "\"rating\":12,\"ttml\":[{\"pid\":259,\"language\":\"deu\",\"purpose\":16,"
               "\"purposeText\":\"same-language dialogue for the hard of hearing\",\"profiles\":[0,2],"
               "\"profileTexts\":[\"EBU-TT-D or IMSC1 Text\",\"EBU-TT-D\"],\"pesPackets\":7},"
@@ -83,6 +85,25 @@ TEST(StreamJson, HoldsTheSameInOneLine)
               "\"others\":[{\"pid\":257,\"streamType\":2,\"kind\":\"video (MPEG-2)\",\"pesPackets\":750}]},"
               "{\"id\":7,\"name\":\"\",\"pmtPid\":512,\"pcrPid\":8191,\"pcrs\":0,\"rating\":null,\"ttml\":[],"
               "\"others\":[]}]}\n");
+}
+
+TEST(StreamReport, CountsOnlyTheErrorsThatThereWere)
+{
+    EXPECT_EQ(TTMLClient::ErrorCounts(TTMLHost::TvStatistics()), "");
+    EXPECT_EQ(TTMLClient::ErrorCounts(TwoServices().statistics),
+              "1 subtitle packet left out, 1 continuity error, 2 transport errors, 4 resynchronisations, "
+              "3 scrambled packets, 5 bad tables");
+    TTMLHost::TvStatistics statistics;
+    statistics.packets = 100;
+    statistics.pesDropped = 2;
+    statistics.badSections = 1;
+    EXPECT_EQ(TTMLClient::ErrorCounts(statistics), "2 subtitle packets left out, 1 bad table");
+}
+
+TEST(StreamReport, NamesAnInput)
+{
+    EXPECT_EQ(TTMLClient::InputName("a.ts"), "'a.ts'");
+    EXPECT_EQ(TTMLClient::InputName("-"), "standard input");
 }
 
 TEST(StreamReport, NamesEveryPurposeAndProfileOfTheStandard)

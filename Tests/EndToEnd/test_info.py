@@ -23,7 +23,7 @@ service 102 'Phare Doré': PMT on PID 512, 749 PCRs on PID 513
     513  video (MPEG-2)                    749
     514  TTML subtitles                     18  fra, same-language dialogue, EBU-TT-D
 
-errors: 0 continuity, 0 transport, 0 resynchronisation, 0 scrambled packets, 0 damaged PES packets
+errors: 0 continuity, 0 transport, 0 resynchronisation, 0 scrambled packets, 0 damaged PES packets, 0 bad tables
 """
 
 
@@ -48,7 +48,8 @@ class Info(Case):
     def test_says_the_same_to_programs(self):
         info = self.info(streams.sample())
         self.assertEqual(list(info), ["input", "packetSize", "packets", "continuityErrors", "transportErrors",
-                                      "resynchronisations", "scrambledPackets", "damagedPesPackets", "services"])
+                                      "resynchronisations", "scrambledPackets", "damagedPesPackets", "badTables",
+                                      "services"])
         self.assertEqual(info["input"], self.path("stream.ts"))
         harbour, phare = info["services"]
         self.assertEqual((harbour["id"], harbour["name"], harbour["rating"]), (101, "Harbour TV", 12))

@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <limits>
 
 #include <gtest/gtest.h>
 
@@ -86,6 +87,15 @@ TEST(Pacer, GoesOnFromNowWhenItIsLateByMoreThanASecond)
     EXPECT_EQ(pacer.DueNs(kPcrS, kStart + 2 * kS, false), kStart + kS);
     EXPECT_EQ(pacer.DueNs(2 * kPcrS, kStart + 60 * kS, false), kStart + 60 * kS);
     EXPECT_EQ(pacer.DueNs(3 * kPcrS, kStart + 60 * kS, false), kStart + 61 * kS);
+}
+
+TEST(Pacer, AtTheSlowestSpeedIsDueInAWhileAndNotInThePast)
+{
+    for (const double speed : {1e-12, 1e-300, std::numeric_limits<double>::denorm_min()}) {
+        Pacer pacer(speed);
+        pacer.DueNs(0, kStart, false);
+        EXPECT_EQ(pacer.DueNs(10 * kPcrS, kStart, false), kStart + 3000000000 * kS) << speed;
+    }
 }
 
 TEST(Pacer, ForgetsOnReset)

@@ -234,6 +234,36 @@ TEST_F(Atsc3Input, GoesBackFromAServiceThatIsNone)
     EXPECT_EQ(Captions().size(), 3U);
 }
 
+TEST_F(Atsc3Input, ALaterTuneThatFailsDoesNotEndTheInput)
+{
+    const std::string broken = m_folder.Write("broken.mpd", "<MPD/>");
+    const std::string uninitialized = m_folder.Write(
+        "uninitialized.mpd", "<MPD><Period><AdaptationSet><SegmentTemplate duration=\"2\" "
+                             "initialization=\"no.mp4\" media=\"seg-$Number$.m4s\"/><Representation id=\"c\" "
+                             "codecs=\"stpp\"/></AdaptationSet></Period></MPD>");
+    const OpenAtsc3 tv(FastService(Three(), {broken, uninitialized}), &m_recorder);
+    const CaptionViewer viewer(&m_recorder);
+    TTMLHost::TvStart();
+    EXPECT_EQ(m_recorder.WaitForEnd(), "");
+    m_recorder.Clear();
+    const std::string noCaptions = "failed: Cannot play '" + broken +
+                                   "': it has no captions (an adaptation set with codecs stpp); give the MPD "
+                                   "of a service with TTML captions";
+    EXPECT_TRUE(TTMLHost::TvTune("2", nullptr));
+    ASSERT_TRUE(m_recorder.WaitFor(noCaptions));
+    EXPECT_EQ(CurrentServiceText(), "none");
+    const std::string noBeginning =
+        "failed: Cannot read '" + m_folder.Path("no.mp4") + "': No such file or directory; check the path";
+    EXPECT_TRUE(TTMLHost::TvTune("3", nullptr));
+    ASSERT_TRUE(m_recorder.WaitFor(noBeginning));
+    EXPECT_TRUE(TTMLHost::TvTune("1", nullptr));
+    EXPECT_EQ(m_recorder.WaitForEnd(), "");
+    EXPECT_EQ(m_recorder.EventsLike("failed"), (Texts{noCaptions, noBeginning})) << "each once";
+    EXPECT_EQ(m_recorder.EventsLike("warning"), Texts());
+    EXPECT_EQ(m_recorder.EventsLike("end"), Texts{"end: "});
+    EXPECT_EQ(Captions().size(), 3U);
+}
+
 TEST_F(Atsc3Input, WarnsOnceOfSegmentsThatAreMissingAndPlaysTheRest)
 {
     const std::string input =

@@ -119,12 +119,12 @@ TEST_F(Atsc3Live, EndsWhenItsMpdSaysSo)
     const std::string input = OnAir(attributes);
     m_recorder.When("signal 60", [&] {
         m_folder.Write("s.mpd", OneCaptionSet("availabilityStartTime=\"" + DateTime(m_startMs) +
-                                                  "\" mediaPresentationDuration=\"PT7S\"",
+                                                  "\" mediaPresentationDuration=\"PT8S\"",
                                               kSegmentMs));
     });
     EXPECT_EQ(Play(RealTime(input)), "");
-    EXPECT_EQ(m_payloads.back(), "35") << "the last one of 7 s";
-    EXPECT_GE(WallMs(), m_startMs + 7000);
+    EXPECT_EQ(m_payloads.back(), "40") << "the last one of 8 s";
+    EXPECT_GE(WallMs(), m_startMs + 8000);
 }
 
 TEST_F(Atsc3Live, WaitsForWhatItsCaptionsBeginWith)

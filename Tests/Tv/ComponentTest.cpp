@@ -104,6 +104,23 @@ TEST_F(Component, ThatGoesIsReportedAndTakenUpAgainWhenItComesBack)
               "' has lost its TTML component and has only video (H.264) now; waiting for it to come back"});
 }
 
+TEST_F(Component, ThatGoesAgainAndAgainIsReportedOnceForEachTune)
+{
+    TestStream stream;
+    stream.Pat({{1, kMap1}}).Pmt(OneComponent(0, kDeu)).Pcr(kVideo1, 0);
+    for (int round = 0; round < 5; ++round) {
+        stream.Pmt(NoComponent(2 * round + 1)).Pmt(OneComponent(2 * round + 2, kDeu));
+        stream.Pes(kDeu, Subtitle(static_cast<std::uint64_t>(round))).Pcr(kVideo1, kSecond);
+    }
+    m_recorder.When("pes 258 at 2", [] { EXPECT_TRUE(TTMLHost::TvTune("1", nullptr)); });
+    EXPECT_EQ(PlayFast(stream), "");
+    EXPECT_EQ(m_recorder.EventsLike("signal 85").size(), 10U);
+    const std::string lost =
+        "warning: Service 1 of '" + m_folder.Path("stream.ts") +
+        "' has lost its TTML component and has only video (H.264) now; waiting for it to come back";
+    EXPECT_EQ(m_recorder.EventsLike("warning"), (Texts{lost, lost}));
+}
+
 TEST_F(Component, ThatComesLaterIsSignalled)
 {
     NoteChanges();

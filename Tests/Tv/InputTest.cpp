@@ -1,5 +1,10 @@
+#include <chrono>
 #include <string>
 #include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "TvFixture.h"
 
@@ -190,6 +195,49 @@ TEST_F(BadInput, ADamagedPacketIsLeftOutAndReportedOnce)
               "warning: A subtitle packet of " + Name() +
                   " (PID 258) is left out before packet 10: a transport packet is missing in it; more of "
                   "them are counted only; check the reception");
+}
+
+TEST_F(BadInput, AClockThatJumpsUnannouncedIsReportedOnce)
+{
+    TestStream stream = Seconds(1);
+    AddSecond(&stream, 9 * kSecond);
+    AddSecond(&stream, 3609 * kSecond);
+    AddSecond(&stream, 7 * kSecond);
+    EXPECT_EQ(PlayFast(stream), "");
+    EXPECT_EQ(Warnings(), Texts{"warning: The clock of " + Name() +
+                                " (PID 257) jumps ahead by 3600.0 s before packet 23 and does not announce "
+                                "it; it is followed, and more jumps are not reported; check how the stream "
+                                "was put together"});
+    EXPECT_EQ(m_recorder.EventsLike("pes").size(), 4U);
+}
+
+TEST_F(BadInput, AClockThatWrapsOrAnnouncesItsJumpIsRight)
+{
+    constexpr std::uint64_t kTurn = std::uint64_t{1} << 33;
+    TestStream stream = BothServices();
+    stream.Pcr(kVideo1, kTurn - kSecond).Pcr(kVideo1, kSecond).Pcr(kVideo1, 5000 * kSecond, true);
+    stream.Pcr(kVideo1, 5001 * kSecond).Pcr(kVideo1, 0, true).Pes(kDeu, Subtitle(1));
+    EXPECT_EQ(PlayFast(stream), "");
+    EXPECT_EQ(Warnings(), Texts());
+}
+
+TEST_F(BadInput, APipeThatNothingComesFromIsReportedOnceAndWaitedFor)
+{
+    const std::string path = m_folder.Path("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const OpenTv tv(FastInput(path), &m_recorder);
+    const int writer = open(path.c_str(), O_WRONLY);
+    ASSERT_GE(writer, 0);
+    const std::string bytes = Seconds(1).Bytes();
+    const auto start = std::chrono::steady_clock::now();
+    TTMLHost::TvStart();
+    ASSERT_TRUE(m_recorder.WaitFor("warning: Nothing has come from '" + path + "' for 5 s; waiting for it"));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_EQ(write(writer, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    EXPECT_EQ(close(writer), 0);
+    EXPECT_EQ(m_recorder.WaitForEnd(), "");
+    EXPECT_EQ(m_recorder.EventsLike("told"), (Texts{"told 59", "told 60"}));
+    EXPECT_EQ(Warnings().size(), 1U);
 }
 
 TEST_F(BadInput, NothingIsReportedOfWhatIsRight)

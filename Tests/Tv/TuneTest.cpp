@@ -199,6 +199,107 @@ TEST_F(Tune, RefusesAServiceThatTheStreamDoesNotHaveAndStays)
     EXPECT_EQ(m_recorder.EventsLike("pes").size(), 2U);
 }
 
+// A tune at the second subtitle of the first service, which lasts twelve seconds.
+class LaterTune : public TvTest
+{
+protected:
+    LaterTune() { m_stream.Pat({{1, kMap1}, {2, kMap2}}).Pmt(Map1()); }
+
+    void AddSeconds(unsigned first, unsigned end)
+    {
+        for (std::uint64_t second = first; second < end; ++second) {
+            m_stream.Pcr(kVideo1, second * kSecond).Pes(kDeu, Subtitle(second));
+        }
+    }
+    void AddOtherService() { m_stream.Pmt(Map2()).Pcr(kVideo2, 0).Pes(kEng, Subtitle(77)); }
+
+    // What comes of it after the signals of its start.
+    Texts TuneTo(const std::string& service)
+    {
+        m_recorder.When("pes 258 at 1", [service] { EXPECT_TRUE(TTMLHost::TvTune(service, nullptr)); });
+        EXPECT_EQ(PlayFast(m_stream), "");
+        const Texts events = m_recorder.Events();
+        Texts after(std::find(events.rbegin(), events.rend(), "told 59").base(), events.end());
+        after.erase(std::remove(after.begin(), after.end(), "delivered"), after.end());
+        return after;
+    }
+    std::string Failure(const std::string& service, const std::string& why) const
+    {
+        return "failed: Cannot tune to service " + service + " of '" + m_folder.Path("stream.ts") +
+               "': " + why;
+    }
+    std::string NoMap() const
+    {
+        return Failure("2",
+                       "its program map table (PMT) does not come; give a transport stream with its tables");
+    }
+
+    TestStream m_stream;
+};
+
+TEST_F(LaterTune, IsGivenUpWithoutAMap)
+{
+    AddSeconds(0, 12);
+    EXPECT_EQ(TuneTo("2"), (Texts{NoMap(), "end: "}));
+}
+
+TEST_F(LaterTune, IsGivenUpWithoutAClock)
+{
+    m_stream.Pmt(Map2());
+    AddSeconds(0, 12);
+    EXPECT_EQ(TuneTo("2"),
+              (Texts{Failure("2", "its clock reference (PCR) does not come; give a transport stream "
+                                  "with the PCR component of the service"),
+                     "end: "}));
+}
+
+TEST_F(LaterTune, IsGivenUpWhereNoNamesCome)
+{
+    AddSeconds(0, 12);
+    EXPECT_EQ(TuneTo("Three"),
+              (Texts{Failure("'Three'", "there is no such service; choose one of 1, 2"), "end: "}));
+}
+
+TEST_F(LaterTune, IsGivenUpAtTheEndAtTheLatest)
+{
+    AddSeconds(0, 4);
+    EXPECT_EQ(TuneTo("2"), (Texts{NoMap(), "end: "}));
+}
+
+TEST_F(LaterTune, IsNotGivenUpBeforeFiveSeconds)
+{
+    // The time of the tune begins with the third second.
+    AddSeconds(0, 7);
+    AddOtherService();
+    AddSeconds(7, 12);
+    EXPECT_EQ(TuneTo("2"), (Texts{"signal 60", "told 60", "pes 514 at 77", "end: "}));
+}
+
+TEST_F(LaterTune, SucceedsAfterAllWhenTheServiceComes)
+{
+    AddSeconds(0, 8);
+    AddOtherService();
+    EXPECT_EQ(TuneTo("2"), (Texts{NoMap(), "signal 60", "told 60", "pes 514 at 77", "end: "}));
+}
+
+TEST_F(Tune, RefusesANumberThatIsNoServiceIdAtOnce)
+{
+    const OpenTv tv(FastInput(File(Seconds(1))), &m_recorder);
+    for (const char* const service : {"65536", "0x10000", "99999999999999999999999"}) {
+        std::string error;
+        EXPECT_FALSE(TTMLHost::TvTune(service, &error));
+        EXPECT_EQ(error, "Cannot tune to service '" + std::string(service) + "' of '" +
+                             m_folder.Path("stream.ts") +
+                             "': it is no service id; give one from 0 to 65535, or a name");
+    }
+    std::string error;
+    m_recorder.When("told 60", [&error] { EXPECT_FALSE(TTMLHost::TvTune("65536", &error)); });
+    TTMLHost::TvStart();
+    EXPECT_EQ(m_recorder.WaitForEnd(), "");
+    EXPECT_EQ(error, "Cannot tune to service '65536' of '" + m_folder.Path("stream.ts") +
+                         "': there is no such service; choose one of 1 \"One\", 2 \"Two\"");
+}
+
 TEST_F(Tune, ATuneBeforeTheStartReplacesTheOptions)
 {
     const OpenTv tv(FastInput(File(Seconds(1))), &m_recorder);

@@ -91,6 +91,12 @@ void TvRecorder::OnWarning(const std::string& line)
     Note("warning: " + line);
 }
 
+void TvRecorder::OnTuneFailed(const std::string& line)
+{
+    const FaultPause pause;
+    Note("failed: " + line);
+}
+
 void TvRecorder::OnEnd(const std::string& error)
 {
     const FaultPause pause;

@@ -14,8 +14,8 @@
 namespace TTMLTest {
 
 // Notes what happens in the TV service, in one order: what the listener is told ("told 60", "delivered",
-// "warning: ...", "end: ..."), and what subscribers are given ("signal 60", "pes 258 at 90000"). Waits that
-// are not answered in time fail the test.
+// "warning: ...", "failed: ...", "end: ..."), and what subscribers are given ("signal 60", "pes 258 at
+// 90000"). Waits that are not answered in time fail the test.
 class TvRecorder : public TTMLHost::TvListener
 {
 public:
@@ -23,6 +23,7 @@ public:
     void OnPesDelivered() override;
     void OnCaptionDelivered() override;
     void OnWarning(const std::string& line) override;
+    void OnTuneFailed(const std::string& line) override;
     void OnEnd(const std::string& error) override;
 
     // Notes an event, blocks while it is held, and does what is to be done then.

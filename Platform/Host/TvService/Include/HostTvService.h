@@ -50,6 +50,12 @@ public:
     // Something is wrong with the input, and the rest of it is delivered: one line that says what and where.
     virtual void OnWarning(const std::string& line) = 0;
 
+    // A tune that TvTune() began cannot be done, because the service or its PMT or PCR does not come: one
+    // line. Nothing is tuned then, and the tune still succeeds if what it waits for comes after all. Comes
+    // once for each such tune, instead of OnWarning(), after 5 s (of the stream for files and pipes) or
+    // before the end.
+    virtual void OnTuneFailed(const std::string& /*line*/) {}
+
     // The input is over: `error` is empty at its regular end, else one line that says what failed, where and
     // what to do. Comes once for each TvOpen(), after the last delivery; in real time when the clock has
     // reached the end of the input.
@@ -77,15 +83,15 @@ struct TvAtsc3Options
 // Opens ATSC 3.0 services instead, one of which is tuned at a time. All is as with TvOpen(), except that
 // - an MPD that is a file is refused when it cannot be read; what else is wrong with it ends the tune;
 // - the services' ids are 1 for `input`, then 2 and so on for `also`. TvTune() takes an id, an MPD as it is
-//   given here, or its file name with or without extension, and fails for nothing else;
+//   given here, or its file name with or without extension, and is refused for nothing else;
 // - SIGNAL_TUNE_SUCCESS comes once the MPD and what the captions begin with (the initialization segment) are
 //   there; a live service without that waits for it;
 // - the MPD of a live service is read again as it asks for; SIGNAL_ATSC3_SIGNALING with the first word 8 says
 //   that there is a new one;
 // - OnEnd() comes when the tuned service is over: at the end of one that is complete, static or recorded (a
-//   live one whose segments are of another time), or that could not be tuned to. A live one goes on until the
-//   input is closed or its MPD says that it has ended. TvTune() works after the end, too, and the end of that
-//   service comes then.
+//   live one whose segments are of another time), and when the first one cannot be tuned to. A live one goes
+//   on until the input is closed or its MPD says that it has ended. TvTune() works after an end, too, and the
+//   end of that service comes then.
 // Sources take captions only where the settings "db/menu/broadcasting/atsc3_enable" (bool) and
 // "db/menu/caption/caption" (int) are on: who plays without a viewer sets them. In the region that the system
 // information "com.velmora/featureconf/caption.support_kor" tells of, sources do not read the MPD, and a
@@ -100,7 +106,8 @@ TTML_PLATFORM_EXPORT void TvStart();
 
 // Tunes to another service of the input, by id or name; before TvStart() it only replaces that of the
 // options. Queries fail until the tune's success. False, with one line in `error`, when a program association
-// that has been read does not hold it, and after the end of the input; the service stays as it is then.
+// that has been read does not hold it, for an id above 65535, and after the end of the input; the service
+// stays as it is then.
 TTML_PLATFORM_EXPORT bool TvTune(const std::string& service, std::string* error);
 
 // Tells of a new MPD although there is none: SIGNAL_ATSC3_SIGNALING with the first word 8.
@@ -140,6 +147,7 @@ struct TvStatistics
     std::uint64_t resynchronisations = 0;
     std::uint64_t pesDelivered = 0;
     std::uint64_t pesDropped = 0;        // damaged
+    std::uint64_t badSections = 0;       // of tables: wrong CRC_32
     std::uint64_t captionsDelivered = 0; // of ATSC 3.0 services
 };
 

@@ -144,18 +144,24 @@ void Atsc3Input::Run()
 {
     pthread_setname_np(pthread_self(), kThreadName);
     while (AwaitRequest()) {
+        Playing playing;
         std::string error;
         // A copy might find no memory either.
         const std::string* reason = &error;
         try {
-            error = Play();
+            error = Play(&playing);
         } catch (const std::exception&) {
             // Nothing else is thrown here.
             reason = &m_noMemory;
         }
         // What has been raised before the end is handed out before it.
-        if (MayGoOn(true)) {
+        if (!MayGoOn(true)) {
+            continue;
+        }
+        if (playing.isTuned || m_isFirstTune) {
             m_output->OnEnd(*reason);
+        } else {
+            FailTune(*reason, &playing);
         }
     }
 }
@@ -170,13 +176,12 @@ bool Atsc3Input::AwaitRequest()
 
 // Plays the service that was asked for last, until it is over or something else is wanted. Says why nothing
 // more comes.
-std::string Atsc3Input::Play()
+std::string Atsc3Input::Play(Playing* playing)
 {
-    Playing playing;
-    if (!TakeRequest(&playing) || !MayGoOn(m_options.fast)) {
+    if (!TakeRequest(playing) || !MayGoOn(m_options.fast)) {
         return {};
     }
-    CaptionFeed feed(playing.store.get(), m_services.InputOf(playing.place), m_options.language,
+    CaptionFeed feed(playing->store.get(), m_services.InputOf(playing->place), m_options.language,
                      m_options.speed, ReceiverOfRegion());
     std::vector<std::string> warnings;
     std::string error;
@@ -184,12 +189,12 @@ std::string Atsc3Input::Play()
         return error;
     }
     Warn(warnings);
-    feed.Tune(playing.clock.NowNs());
-    playing.clock.Follow(feed.Pace() == ServicePace::Live);
+    feed.Tune(playing->clock.NowNs());
+    playing->clock.Follow(feed.Pace() == ServicePace::Live);
     if (feed.Initialize()) {
-        CompleteTune(feed, &playing);
+        CompleteTune(feed, playing);
     }
-    return PlayFeed(&feed, &playing);
+    return PlayFeed(&feed, playing);
 }
 
 // False when the thread is to end.
@@ -240,7 +245,11 @@ bool Atsc3Input::MayGoOn(bool afterSignals)
 void Atsc3Input::AskFeed(CaptionFeed* feed, Playing* playing, CaptionSchedule* schedule)
 {
     FeedStep step = feed->Next(playing->clock.NowNs());
-    Warn(step.warnings);
+    if (playing->isTuned || m_isFirstTune || step.warnings.empty()) {
+        Warn(step.warnings);
+    } else {
+        FailTune(step.warnings.front(), playing);
+    }
     if (!playing->isTuned && feed->IsInitialized()) {
         CompleteTune(*feed, playing);
     }
@@ -269,6 +278,7 @@ void Atsc3Input::CompleteTune(const CaptionFeed& feed, Playing* playing)
         m_caption = std::move(caption);
     }
     playing->isTuned = true;
+    m_isFirstTune = false;
     m_output->OnTuned(service);
     // So the first caption finds its subscriber.
     m_output->AwaitSignals();
@@ -300,6 +310,14 @@ void Atsc3Input::Deliver(ScheduledCaption caption)
             ++m_statistics.captionsDelivered;
         }
         m_output->OnCaptionDelivered();
+    }
+}
+
+// A later tune cannot be done (yet), which does not end the input.
+void Atsc3Input::FailTune(const std::string& line, Playing* playing)
+{
+    if (!std::exchange(playing->hasFailed, true)) {
+        m_output->OnTuneFailed(line);
     }
 }
 

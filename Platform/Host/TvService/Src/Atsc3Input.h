@@ -61,13 +61,14 @@ private:
         std::shared_ptr<SegmentStore> store;
         ServiceClock clock;
         bool isTuned = false;
+        bool hasFailed = false; // to be tuned to, which has been told
     };
 
     bool CheckFiles(std::string* error) const;
 
     void Run();
     bool AwaitRequest();
-    std::string Play();
+    std::string Play(Playing* playing);
     bool TakeRequest(Playing* playing);
     std::string PlayFeed(CaptionFeed* feed, Playing* playing);
     bool MayGoOn(bool afterSignals);
@@ -75,6 +76,7 @@ private:
     void CompleteTune(const CaptionFeed& feed, Playing* playing);
     void TakeNewMpd(const CaptionFeed& feed);
     void Deliver(ScheduledCaption caption);
+    void FailTune(const std::string& line, Playing* playing);
     void WaitUntil(std::chrono::steady_clock::time_point time);
     void Warn(const std::vector<std::string>& lines);
 
@@ -82,6 +84,7 @@ private:
     ServiceOutput* const m_output;
     const Atsc3Services m_services;
     const std::string m_noMemory; // made while there is some
+    bool m_isFirstTune = true;    // nothing has been tuned yet; the thread's
 
     // A tune has begun, and the thread does not know yet. Changed under m_mutex.
     std::atomic<bool> m_requested{false};

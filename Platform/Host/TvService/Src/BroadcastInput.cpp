@@ -8,12 +8,15 @@
 #include <pthread.h>
 
 #include "InputError.h"
+#include "MonotonicTime.h"
 
 namespace TTMLHost {
 
 namespace {
 
 constexpr char kThreadName[] = "TvReader";
+constexpr int kSilenceS = 5;
+constexpr std::int64_t kNsPerS = 1000000000;
 
 bool IsCancelled(const TvOptions& options)
 {
@@ -127,10 +130,16 @@ std::string BroadcastInput::Play()
 void BroadcastInput::ReadAll(std::string* error)
 {
     ByteSpan bytes;
+    std::int64_t lastNs = NowNs();
     while (m_source->Read(&bytes, error)) {
         m_framer->Push(bytes);
         if (!PushPackets(error)) {
             return;
+        }
+        if (bytes.size == 0) {
+            ReportSilence(NowNs() - lastNs);
+        } else {
+            lastNs = NowNs();
         }
         if (bytes.size == 0 && !m_tuner->Idle()) {
             *error = m_tuner->Error();
@@ -170,6 +179,16 @@ void BroadcastInput::ReportGarbage()
                             std::to_string(m_framer->SkippedBytes()) +
                             " bytes of something else after packet " + std::to_string(m_tuner->Packets()) +
                             "; more such places are counted only; check the recording or the reception");
+    }
+}
+
+// A network without packets is late with its tune; nothing tells of a program that does not write.
+void BroadcastInput::ReportSilence(std::int64_t lastingNs)
+{
+    if (!m_source->IsLive() && lastingNs >= kSilenceS * kNsPerS && !m_reportedSilence) {
+        m_reportedSilence = true;
+        m_output->OnWarning("Nothing has come from " + NameOfInput(m_options.input) + " for " +
+                            std::to_string(kSilenceS) + " s; waiting for it");
     }
 }
 

@@ -2,6 +2,7 @@
 #define BROADCAST_INPUT_H
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <thread>
@@ -44,6 +45,7 @@ private:
     void ReadAll(std::string* error);
     bool PushPackets(std::string* error);
     void ReportGarbage();
+    void ReportSilence(std::int64_t lastingNs);
     void ReportCutOff();
 
     const TvOptions m_options;
@@ -55,6 +57,7 @@ private:
     std::atomic<bool> m_stop{false};
     std::atomic<std::uint64_t> m_resynchronisations{0};
     bool m_reportedForeign = false; // the thread's
+    bool m_reportedSilence = false; // the thread's
     std::thread m_thread;
 };
 

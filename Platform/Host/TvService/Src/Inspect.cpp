@@ -7,6 +7,7 @@
 #include "InputError.h"
 #include "PacketFramer.h"
 #include "PacketSource.h"
+#include "StreamStatistics.h"
 #include "TableReader.h"
 
 namespace TTMLHost {
@@ -152,12 +153,8 @@ TvStreamInfo StreamInspector::Info() const
 {
     TvStreamInfo info;
     const TransportCounters counters = m_stream.Counters();
-    info.statistics.packets = counters.packets;
-    info.statistics.continuityErrors = counters.continuityErrors;
-    info.statistics.transportErrors = counters.transportErrors;
-    info.statistics.scrambledPackets = counters.scrambledPackets;
+    TakeCounters(counters, &info.statistics);
     info.statistics.pesDelivered = counters.pesCompleted;
-    info.statistics.pesDropped = counters.pesDropped;
     for (const Service& service : m_services) {
         TvServiceInfo& one = info.services.emplace_back();
         one.id = service.id;

@@ -53,6 +53,13 @@ void ListenerCalls::OnWarning(const std::string& line)
     }
 }
 
+void ListenerCalls::OnTuneFailed(const std::string& line)
+{
+    if (const Turn turn(this); turn) {
+        turn->OnTuneFailed(line);
+    }
+}
+
 void ListenerCalls::OnEnd(const std::string& error)
 {
     if (const Turn turn(this); turn) {

@@ -25,6 +25,7 @@ public:
     void OnPesDelivered();
     void OnCaptionDelivered();
     void OnWarning(const std::string& line);
+    void OnTuneFailed(const std::string& line);
     void OnEnd(const std::string& error);
 
 private:

@@ -13,6 +13,8 @@ constexpr double kNsPer27MHz = 1000.0 / 27.0;
 // Later than this, the machine slept or the input stalled: going on from there beats rushing through what was
 // missed.
 constexpr std::int64_t kLatestNs = 1000000000;
+// A hundred years: for ever, and room for it in every clock.
+constexpr double kLongestWaitNs = 3e18;
 
 } // namespace
 
@@ -39,8 +41,8 @@ std::int64_t Pacer::DueNs(std::uint64_t pcr27MHz, std::int64_t nowNs, bool disco
     } else {
         m_run27MHz += step;
     }
-    m_lastDueNs =
-        m_anchorNs + static_cast<std::int64_t>(static_cast<double>(m_run27MHz) * kNsPer27MHz / m_speed);
+    const double runNs = static_cast<double>(m_run27MHz) * kNsPer27MHz / m_speed;
+    m_lastDueNs = m_anchorNs + static_cast<std::int64_t>(std::min(runNs, kLongestWaitNs));
     if (nowNs - m_lastDueNs > kLatestNs) {
         Anchor(nowNs);
         m_lastDueNs = nowNs;

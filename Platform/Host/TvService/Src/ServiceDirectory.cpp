@@ -15,8 +15,8 @@ constexpr int kProfileEbuTtD = 0x02;
 // The IMSC1 bit that this service sets of the two.
 constexpr int kImsc1Bit = 0x01;
 
-// The text as a whole must be a number.
-std::optional<int> NumberOf(const std::string& text)
+// The text as a whole must be a number; the largest one stands for those beyond it.
+std::optional<unsigned long> AnyNumberOf(const std::string& text)
 {
     const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     const std::string digits = isHex ? text.substr(2) : text;
@@ -24,9 +24,19 @@ std::optional<int> NumberOf(const std::string& text)
     if (digits.empty() || digits.find_first_not_of(allowed) != std::string::npos) {
         return std::nullopt;
     }
-    const unsigned long number = std::strtoul(digits.c_str(), nullptr, isHex ? 16 : 10);
-    return number <= static_cast<unsigned long>(kLastServiceId) ? std::optional<int>(static_cast<int>(number))
-                                                                : std::nullopt;
+    return std::strtoul(digits.c_str(), nullptr, isHex ? 16 : 10);
+}
+
+bool IsTooLarge(const std::string& text)
+{
+    const std::optional<unsigned long> number = AnyNumberOf(text);
+    return number && *number > static_cast<unsigned long>(kLastServiceId);
+}
+
+std::optional<int> NumberOf(const std::string& text)
+{
+    const std::optional<unsigned long> number = AnyNumberOf(text);
+    return number && !IsTooLarge(text) ? std::optional<int>(static_cast<int>(*number)) : std::nullopt;
 }
 
 char Lower(char letter)
@@ -108,8 +118,11 @@ ServiceDirectory::Answer ServiceDirectory::Find(const std::string& wanted, bool 
 
 bool ServiceDirectory::Excludes(const std::string& wanted) const
 {
-    const std::optional<int> number = NumberOf(wanted);
     int id = 0;
+    if (IsTooLarge(wanted)) {
+        return !FindByName(wanted, &id);
+    }
+    const std::optional<int> number = NumberOf(wanted);
     return m_pat && number && !Lists(*number) && !FindByName(wanted, &id);
 }
 

@@ -40,6 +40,8 @@ public:
     virtual bool OnCaption(const TSCaption& caption) = 0;
     virtual void OnCaptionDelivered() = 0;
     virtual void OnWarning(const std::string& line) = 0;
+    // A later tune than the first cannot be done.
+    virtual void OnTuneFailed(const std::string& line) = 0;
     virtual void OnEnd(const std::string& error) = 0;
     // Waits until all signals raised so far have been handed out, or the TV service is being closed.
     virtual void AwaitSignals() = 0;

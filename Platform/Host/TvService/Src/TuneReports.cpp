@@ -1,5 +1,9 @@
 #include "TuneReports.h"
 
+#include <array>
+#include <cmath>
+#include <cstdio>
+
 #include "InputError.h"
 #include "PacketSource.h"
 
@@ -52,6 +56,10 @@ std::string TuneReports::NoPatIn(int seconds) const
 
 std::string TuneReports::NoSuchService(const std::string& wanted, const ServiceDirectory& directory) const
 {
+    if (!directory.HasPat()) {
+        return DescribeInputFailure("tune to service '" + wanted + "' of", m_input, "it is no service id",
+                                    "give one from 0 to 65535, or a name");
+    }
     const std::string names = directory.Names();
     return DescribeInputFailure("tune to service '" + wanted + "' of", m_input, "there is no such service",
                                 names.empty() ? "the stream has no services at all; give another"
@@ -121,6 +129,18 @@ std::string TuneReports::Scrambled(int service, int pid, std::uint64_t packet,
                    " (PID " + std::to_string(pid) +
                    ") are scrambled and left out, the first of them before packet " + std::to_string(packet) +
                    "; give a descrambled stream");
+}
+
+std::string TuneReports::Jumps(int pid, double seconds, std::uint64_t packet) const
+{
+    std::array<char, 32> distance = {};
+    (void)std::snprintf(distance.data(), distance.size(), "%.1f", std::abs(seconds));
+    return OneLine(
+        "The clock of " + NameOfInput(m_input) + " (PID " + std::to_string(pid) + ") jumps " +
+        (seconds < 0 ? "back" : "ahead") + " by " + distance.data() + " s before packet " +
+        std::to_string(packet) +
+        " and does not announce it; it is followed, and more jumps are not reported; check how the "
+        "stream was put together");
 }
 
 std::string TuneReports::Damaged(int pid, const std::string& why, std::uint64_t packet) const

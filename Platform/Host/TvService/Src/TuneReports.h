@@ -31,6 +31,7 @@ public:
                                const ServiceDirectory& directory) const;
     std::string Scrambled(int service, int pid, std::uint64_t packet,
                           const ServiceDirectory& directory) const;
+    std::string Jumps(int pid, double seconds, std::uint64_t packet) const;
     std::string Damaged(int pid, const std::string& why, std::uint64_t packet) const;
 
 private:

@@ -22,11 +22,11 @@ public:
     // The packets that come next, of a batch that is not empty: takes the first one in, and answers how many
     // there are before another may change the time.
     std::size_t OnPackets(const PacketBatch& batch);
+    // A clock reference among packets that were not announced so, or once more.
+    void OnReference(int pid, std::uint64_t pcr27MHz);
     std::int64_t ElapsedNs(std::int64_t nowNs) const;
 
 private:
-    void OnReference(int pid, std::uint64_t pcr27MHz);
-
     const bool m_byWall;
     std::int64_t m_startNs = 0;
     std::optional<int> m_pid;

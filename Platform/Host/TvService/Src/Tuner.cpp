@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "MonotonicTime.h"
+#include "StreamStatistics.h"
 
 namespace TTMLHost {
 
@@ -41,6 +42,7 @@ Tuner::Tuner(const TvOptions& options, bool isLive, ServiceOutput* output)
     , m_watch(&m_stream)
     , m_pacer(options.speed)
     , m_timer(isLive)
+    , m_jump(isLive)
     , m_clock(SpeedOf(options, isLive))
     , m_wanted(options.service)
 {}
@@ -147,16 +149,18 @@ void Tuner::Finish()
 {
     m_stream.Flush();
     TakeCounters();
-    const Lock lock(m_mutex);
-    if (m_error.empty() && !m_stop) {
-        m_error = WhyNotTuned();
+    End();
+    TakeRequest();
+    std::string line;
+    {
+        const Lock lock(m_mutex);
+        line = m_error.empty() && !m_stop ? WhyNotTuned() : m_error;
     }
-}
-
-void Tuner::End()
-{
-    const Lock lock(m_mutex);
-    m_ended = true;
+    if (m_isTuned || m_isFirstTune) {
+        m_error = line;
+    } else if (!line.empty()) {
+        FailTune(line);
+    }
 }
 
 // What a regular end of the input leaves to be said. Under m_mutex.
@@ -164,9 +168,6 @@ std::string Tuner::WhyNotTuned() const
 {
     if (m_tuned) {
         return m_hadTtml ? std::string() : m_reports.NoTtml(*m_tuned, m_directory);
-    }
-    if (!m_isFirstTune) {
-        return {};
     }
     if (!m_directory.HasPat()) {
         return m_reports.NoPat();
@@ -194,6 +195,7 @@ void Tuner::TakeRequest()
     m_waited = false;
     m_isLate = false;
     m_reportedLanguage = false;
+    m_reportedLoss = false;
     m_timer.Restart(NowNs());
     // Until the new service's references come the old ones go on setting the pace.
     m_watch.Set({m_pacePid}, kNoPid);
@@ -224,13 +226,23 @@ void Tuner::OnMissingService()
     std::string line;
     {
         const Lock lock(m_mutex);
+        if (m_requested) {
+            return;
+        }
         line = m_reports.NoSuchService(m_wanted, m_directory);
     }
     if (m_isFirstTune) {
         m_error = line;
-    } else if (!m_isLate) {
-        m_isLate = true;
-        m_output->OnWarning(line);
+    } else {
+        FailTune(line);
+    }
+}
+
+// A tune to another service cannot be done, which does not end the input.
+void Tuner::FailTune(const std::string& line)
+{
+    if (!std::exchange(m_isLate, true)) {
+        m_output->OnTuneFailed(line);
     }
 }
 
@@ -318,6 +330,10 @@ void Tuner::ReportComponent(bool hadOne)
     std::string line;
     {
         const Lock lock(m_mutex);
+        if (m_requested) {
+            // What there is belongs to the next tune.
+            return;
+        }
         const std::string& language = m_options.language;
         if (m_component) {
             m_hadTtml = true;
@@ -328,6 +344,9 @@ void Tuner::ReportComponent(bool hadOne)
                                                 m_directory);
             }
         } else if (hadOne) {
+            if (std::exchange(m_reportedLoss, true)) {
+                return;
+            }
             line = m_reports.LostTtml(*m_target, m_directory);
         } else if (m_isLive || IsPaced() || m_hadTtml) {
             line = m_reports.WaitsForTtml(*m_target, m_directory);
@@ -360,10 +379,23 @@ void Tuner::OnPcr(int pid, std::uint64_t pcr27MHz, bool discontinuity)
     if (!m_isTuned && m_target && IsReferenceOfTarget(pid)) {
         CompleteTune(pid, pcr27MHz);
     } else if (pid == m_pacePid) {
+        NoteReference(pid, pcr27MHz, discontinuity);
+        if (!m_isTuned) {
+            // The packets that are pushed at once may last longer than patience does.
+            m_timer.OnReference(pid, pcr27MHz);
+            CheckPatience();
+        }
         const std::int64_t dueNs = Pace(pcr27MHz, discontinuity);
         if (MayGoOn() && m_isTuned) {
             m_clock.OnPcr(pcr27MHz, dueNs, discontinuity);
         }
+    }
+}
+
+void Tuner::NoteReference(int pid, std::uint64_t pcr27MHz, bool discontinuity)
+{
+    if (const auto jump = m_jump.OnPcr(pid, pcr27MHz, NowNs(), discontinuity)) {
+        m_output->OnWarning(m_reports.Jumps(pid, *jump, Packets()));
     }
 }
 
@@ -383,15 +415,16 @@ void Tuner::CompleteTune(int pcrPid, std::uint64_t pcr27MHz)
         if (m_requested) {
             return;
         }
-        m_output->Raise(SIGNAL_TUNE_SUCCESS);
         m_tuned = m_target;
         m_clock.Begin(pcr27MHz);
+        m_output->Raise(SIGNAL_TUNE_SUCCESS);
         service = CurrentLocked();
     }
     m_isTuned = true;
     m_isFirstTune = false;
     m_pacePid = pcrPid;
     m_pacer.Reset();
+    NoteReference(pcrPid, pcr27MHz, true);
     m_watch.Set({pcrPid}, m_watch.PesPid());
     m_output->OnTuned(*service);
     ReportComponent(false);
@@ -485,47 +518,33 @@ void Tuner::CheckPatience()
     if (elapsedNs < kPatienceNs || m_isLate || !m_error.empty()) {
         return;
     }
-    m_isLate = true;
     std::string line;
     {
         const Lock lock(m_mutex);
+        if (m_requested) {
+            return;
+        }
         if (!m_directory.HasPat()) {
             line = m_reports.NoPatIn(kPatienceS);
-        } else if (m_isLive) {
+        } else if (m_isLive || !m_isFirstTune) {
             line = WhyNotTuned();
         }
     }
-    if (line.empty()) {
-        return;
-    }
-    if (m_isLive) {
+    if (!m_isFirstTune) {
+        FailTune(line);
+    } else if (m_isLive) {
         m_output->OnWarning(line);
     } else {
         m_error = line;
     }
+    m_isLate = true;
 }
 
 void Tuner::TakeCounters()
 {
     const TransportCounters counters = m_stream.Counters();
     const Lock lock(m_mutex);
-    m_statistics.packets = counters.packets;
-    m_statistics.continuityErrors = counters.continuityErrors;
-    m_statistics.transportErrors = counters.transportErrors;
-    m_statistics.scrambledPackets = counters.scrambledPackets;
-    m_statistics.pesDropped = counters.pesDropped;
-}
-
-TvStatistics Tuner::Statistics() const
-{
-    const Lock lock(m_mutex);
-    return m_statistics;
-}
-
-std::optional<TunedService> Tuner::Current() const
-{
-    const Lock lock(m_mutex);
-    return CurrentLocked();
+    TTMLHost::TakeCounters(counters, &m_statistics);
 }
 
 std::optional<TunedService> Tuner::CurrentLocked() const

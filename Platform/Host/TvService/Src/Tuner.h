@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "ClockJump.h"
 #include "Pacer.h"
 #include "ProgramClock.h"
 #include "ServiceDirectory.h"
@@ -26,6 +27,8 @@ namespace TTMLHost {
 // return when the packets are due; all others may come on any thread at the same time.
 class Tuner final : private TransportListener
 {
+    using Lock = std::unique_lock<std::mutex>;
+
 public:
     // `isLive`: the packets come when they are due. `output` gets the signals, packets and warnings.
     Tuner(const TvOptions& options, bool isLive, ServiceOutput* output);
@@ -43,7 +46,11 @@ public:
     // The input is over. Hands out what is left.
     void Finish();
     // Nothing can be tuned to any more.
-    void End();
+    void End()
+    {
+        const Lock lock(m_mutex);
+        m_ended = true;
+    }
     // Why nothing can be played, one line; empty if it can.
     const std::string& Error() const { return m_error; }
     std::uint64_t Packets() const { return m_stream.Counters().packets; }
@@ -54,15 +61,21 @@ public:
     bool Tune(const std::string& service, std::string* error);
     void Stop();
 
-    TvStatistics Statistics() const;
-    std::optional<TunedService> Current() const;
+    TvStatistics Statistics() const
+    {
+        const Lock lock(m_mutex);
+        return m_statistics;
+    }
+    std::optional<TunedService> Current() const
+    {
+        const Lock lock(m_mutex);
+        return CurrentLocked();
+    }
     std::optional<TtmlStream> CurrentSubtitle() const;
     bool Subtitle(std::uint64_t serviceId, int index, int languageCode, TSHybridSBT* stream) const;
     std::optional<std::uint64_t> Stc() const { return m_clock.Stc(); }
 
 private:
-    using Lock = std::unique_lock<std::mutex>;
-
     void OnPat(const Pat& pat) override;
     void OnPmt(const Pmt& pmt) override;
     void OnSdt(const Sdt& sdt) override;
@@ -83,7 +96,9 @@ private:
     void CompleteTune(int pcrPid, std::uint64_t pcr27MHz);
     void ReportComponent(bool hadOne);
     std::int64_t Pace(std::uint64_t pcr27MHz, bool discontinuity);
+    void NoteReference(int pid, std::uint64_t pcr27MHz, bool discontinuity);
     void CheckPatience();
+    void FailTune(const std::string& line);
     void TakeCounters();
     std::string WhyNotTuned() const;
     std::optional<TunedService> CurrentLocked() const;
@@ -98,6 +113,7 @@ private:
     StreamWatch m_watch;
     Pacer m_pacer;
     TuneTimer m_timer;
+    ClockJump m_jump;
     int m_pacePid = kNoPid; // whose references the packets are paced by
     std::optional<int> m_target;
     bool m_isTuned = false;
@@ -106,6 +122,7 @@ private:
     bool m_isLate = false; // the tune takes longer than it should, which has been reported
     bool m_hadTtml = false;
     bool m_reportedLanguage = false;
+    bool m_reportedLoss = false;
     bool m_reportedDamage = false;
     std::set<int> m_reportedScrambled; // PIDs
     std::string m_error;

@@ -331,6 +331,11 @@ void TvService::OnWarning(const std::string& line)
     m_listener.OnWarning(line);
 }
 
+void TvService::OnTuneFailed(const std::string& line)
+{
+    m_listener.OnTuneFailed(line);
+}
+
 void TvService::OnEnd(const std::string& error)
 {
     m_listener.OnEnd(error);

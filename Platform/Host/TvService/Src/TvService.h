@@ -84,6 +84,7 @@ private:
     bool OnCaption(const TSCaption& caption) override;
     void OnCaptionDelivered() override;
     void OnWarning(const std::string& line) override;
+    void OnTuneFailed(const std::string& line) override;
     void OnEnd(const std::string& error) override;
     void AwaitSignals() override;
 
