@@ -127,6 +127,27 @@ TEST(TvInspect, SaysWhatTheStreamHolds)
     }
 }
 
+TEST(TvInspect, CountsWhatIsMissingAndScrambledInEveryComponent)
+{
+    const TemporaryFolder folder;
+    PidWriter pat(0);
+    PidWriter map(0x100);
+    PidWriter video(0x101);
+    std::vector<Bytes> picture = video.Unit(TsPes().Data(Filling(900)).Get());
+    picture.erase(picture.begin() + 2);
+    Bytes scrambled = Joined(video.Unit(TsPes().Data(Filling(100)).Get()));
+    scrambled[3] |= 0x80;
+    TvStreamInfo info;
+    std::string error;
+    ASSERT_TRUE(TvInspect(Write(folder, Joined({pat.Sections(PatSection(0, {{1, 0x100}})),
+                                                map.Sections(PmtSection(1, 0, 0x101, {{0x1b, 0x101, {}}})),
+                                                Joined(picture), scrambled})),
+                          nullptr, &info, &error))
+        << error;
+    EXPECT_EQ(info.statistics.continuityErrors, 1U);
+    EXPECT_EQ(info.statistics.scrambledPackets, 1U);
+}
+
 TEST(TvInspect, CountsResynchronisations)
 {
     const TemporaryFolder folder;

@@ -141,9 +141,9 @@ TTML_PLATFORM_EXPORT void TvSettle();
 struct TvStatistics
 {
     std::uint64_t packets = 0;
-    std::uint64_t continuityErrors = 0; // of the subscribed component and of tables
+    std::uint64_t continuityErrors = 0; // of tables and the subscribed component (TvInspect: all)
     std::uint64_t transportErrors = 0;
-    std::uint64_t scrambledPackets = 0; // of the subscribed component
+    std::uint64_t scrambledPackets = 0; // of the subscribed component (TvInspect: all)
     std::uint64_t resynchronisations = 0;
     std::uint64_t pesDelivered = 0;
     std::uint64_t pesDropped = 0;        // damaged

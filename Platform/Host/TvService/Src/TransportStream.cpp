@@ -19,7 +19,6 @@ constexpr unsigned char kStarts = 8;
 
 // In a packet's header.
 constexpr unsigned int kErrorFlag = 0x80;      // byte 1
-constexpr unsigned int kUnitStartFlag = 0x40;  // byte 1
 constexpr unsigned int kAdaptationFlag = 0x20; // byte 3
 
 bool BeginsPes(ByteSpan payload)
@@ -190,10 +189,9 @@ void TransportStream::Push(const unsigned char* packets, std::size_t count, std:
         const std::size_t pid = static_cast<std::size_t>(packet[1] & 0x1fU) << 8 | packet[2];
         const unsigned char interest = m_interest[pid];
         // Nearly all packets are those of pictures and sound: of nobody's interest but for the clock
-        // references, which are in adaptation fields, and the starts.
-        const bool isWanted =
-            (interest & (kTable | kPes)) != 0 ||
-            (interest != 0 && ((packet[3] & kAdaptationFlag) | (packet[1] & kUnitStartFlag)) != 0);
+        // references, which are in adaptation fields.
+        const bool isWanted = (interest & (kTable | kPes | kStarts)) != 0 ||
+                              (interest != 0 && (packet[3] & kAdaptationFlag) != 0);
         if (isWanted || (packet[1] & kErrorFlag) != 0) {
             Handle(packet, false);
         }
@@ -223,8 +221,8 @@ void TransportStream::Handle(const unsigned char* bytes, bool isSuspect)
         if ((interest & kPcr) != 0 && packet.pcr27MHz && !isSuspect) {
             m_listener.OnPcr(packet.pid, *packet.pcr27MHz, packet.discontinuity);
         }
-        if ((interest & kStarts) != 0 && packet.unitStart && BeginsPes(packet.payload)) {
-            ++m_starts[packet.pid];
+        if ((interest & kStarts) != 0) {
+            Count(packet, interest);
         }
         if (packet.hasPayload && (interest & (kTable | kPes)) != 0) {
             HandlePayload(packet, isSuspect);
@@ -246,6 +244,22 @@ void TransportStream::HandleDamaged(int pid)
     found->second.continuity.Forget();
     if (Component* const component = found->second.component.get()) {
         component->Damage("a transport packet in it is damaged");
+    }
+}
+
+void TransportStream::Count(const TransportPacket& packet, unsigned char interest)
+{
+    if (packet.unitStart && BeginsPes(packet.payload)) {
+        ++m_starts[packet.pid];
+    }
+    if (!packet.hasPayload || (interest & (kTable | kPes)) != 0) {
+        return;
+    }
+    if (packet.scrambled) {
+        ++m_counters.scrambledPackets;
+    }
+    if (m_pids[packet.pid].continuity.Check(packet) == ContinuityCheck::Verdict::Gap) {
+        ++m_counters.continuityErrors;
     }
 }
 

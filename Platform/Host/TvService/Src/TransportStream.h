@@ -54,9 +54,9 @@ public:
 struct TransportCounters
 {
     std::uint64_t packets = 0;
-    std::uint64_t continuityErrors = 0; // of components watched for PES packets, and of tables
+    std::uint64_t continuityErrors = 0; // of components watched or counted, and of tables
     std::uint64_t transportErrors = 0;
-    std::uint64_t scrambledPackets = 0; // of components watched for PES packets
+    std::uint64_t scrambledPackets = 0; // of components watched or counted
     std::uint64_t pesCompleted = 0;
     std::uint64_t pesDropped = 0;
     std::uint64_t badSections = 0; // of tables: wrong CRC_32
@@ -99,6 +99,8 @@ private:
     static constexpr std::size_t kPids = 8192;
 
     void Handle(const unsigned char* bytes, bool isSuspect);
+    // Of a component whose PES packets are counted.
+    void Count(const TransportPacket& packet, unsigned char interest);
     void HandlePayload(const TransportPacket& packet, bool isSuspect);
     void HandleDamaged(int pid);
     void SetInterest(int pid, unsigned char interest, bool on);
