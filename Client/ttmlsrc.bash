@@ -39,14 +39,18 @@ _ttmlsrc()
     COMPREPLY=()
 
     if ((COMP_CWORD == 1)); then
-        mapfile -t COMPREPLY < <(compgen -W "broadband dvb info settings --help --version" -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "broadband dvb atsc3 info settings --help --version" -- "$current")
         return
     fi
 
     case $previous in
-    --url | --media)
+    --url | --media | --also)
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        return
+        ;;
+    --region)
+        mapfile -t COMPREPLY < <(compgen -W "korea" -- "$current")
         return
         ;;
     --out)
@@ -71,6 +75,10 @@ _ttmlsrc()
     dvb)
         _ttmlsrc_options_or_files "--service --lang --pvr --speed --fast --user-agent --json --out --script \
             --duration --help" "$current"
+        ;;
+    atsc3)
+        _ttmlsrc_options_or_files "--also --lang --pvr --region --speed --fast --user-agent --json --out \
+            --script --duration --help" "$current"
         ;;
     info)
         _ttmlsrc_options_or_files "--json --help" "$current"

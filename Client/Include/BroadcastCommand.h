@@ -1,6 +1,7 @@
 #ifndef TTMLSRC_BROADCAST_COMMAND_H
 #define TTMLSRC_BROADCAST_COMMAND_H
 
+#include <atomic>
 #include <optional>
 #include <string>
 
@@ -16,8 +17,7 @@ class Output;
 class RunControl;
 class Television;
 
-// A run of a broadcast source beside the TV service: everything but which source it is. Derived commands
-// declare their input's options into what stands here.
+// A run of a broadcast source beside the TV service: everything but which source and what input it is.
 class BroadcastCommand : public Command
 {
 public:
@@ -25,15 +25,26 @@ public:
     int Run() override;
 
 protected:
-    // Adds what all broadcast subcommands have: the speed, the recorder's player and the common options.
-    void AddOptions(CLI::App& command);
-    // The script words, as the help text lists them.
-    static Vocabulary Words();
+    // Adds what all broadcast subcommands have: the speed, the recorder's player and the common options; and
+    // as the footer the script words and these examples.
+    void AddOptions(CLI::App& command, const std::string& examples);
 
+    double Speed() const { return m_speed.value_or(1.0); }
+    bool IsFast() const { return m_fast; }
+
+    // The script words that the command knows.
+    virtual Vocabulary Words() const;
+    // What the input is called on the command line.
+    virtual const std::string& Input() const = 0;
+    // Opens it; as TvOpen().
+    virtual bool Open(TTMLHost::TvListener* listener, const std::atomic<bool>* cancel,
+                      std::string* error) const = 0;
     // A new source, initialised with the user agent. Null when there is no memory for it.
     virtual SourcePtr CreateSource(const std::string& userAgent) const = 0;
-
-    TTMLHost::TvOptions m_tv; // what the input is and which service of it
+    // Why a run whose input is over delivered nothing; empty when that has been said.
+    virtual std::string WhyNothingCame(const TTMLHost::TvStatistics& statistics) const = 0;
+    // Why a run whose time is up got nothing of its input; empty when the time may just have been too short.
+    virtual std::string WhyNothingArrived(const TTMLHost::TvStatistics& statistics) const = 0;
 
 private:
     // What takes part in a run.
@@ -54,6 +65,7 @@ private:
 
     CommonOptions m_common;
     std::optional<double> m_speed;
+    bool m_fast = false;
     bool m_recording = false;
 };
 

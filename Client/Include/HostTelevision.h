@@ -22,8 +22,9 @@ public:
     void Terminate() override;
     void LockService(bool locked) override;
     void SetRatingLimit(std::optional<int> age) override;
-    bool ChannelLock() override;
-    bool SetChannelLock(bool on) override;
+    bool IsOn(Setting setting) override;
+    bool Set(Setting setting, bool on) override;
+    void SignalMpd() override;
     void SignalRecorder(Recorder signal) override;
     void Settle() override;
 };

@@ -1,6 +1,9 @@
 #ifndef TTMLSRC_OPTION_CHECKS_H
 #define TTMLSRC_OPTION_CHECKS_H
 
+#include <string>
+#include <vector>
+
 #include <CLI/CLI.hpp>
 
 namespace TTMLClient {
@@ -16,6 +19,12 @@ CLI::Validator TextCheck(const std::string& what);
 
 // Accepts codes of ISO 639 by their form.
 CLI::Validator LanguageCheck();
+
+// Accepts language tags of RFC 5646 by their form.
+CLI::Validator LanguageTagCheck();
+
+// Accepts one of some words.
+CLI::Validator ChoiceCheck(const std::vector<std::string>& choices);
 
 } // namespace TTMLClient
 

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 
 #include "CTTMLSource.h"
@@ -20,6 +21,17 @@ struct SourceDestroyer
 };
 
 using SourcePtr = std::unique_ptr<TTML::CTTMLSource, SourceDestroyer>;
+
+// A new broadcast source, initialised with the user agent. Null when there is no memory for it.
+template <class Source>
+SourcePtr MakeSource(const std::string& userAgent)
+{
+    SourcePtr source(new (std::nothrow) Source);
+    if (source) {
+        source->t_Initialize(userAgent.c_str());
+    }
+    return source;
+}
 
 // Where a session shows what it gets. All stay the caller's and must outlive the session.
 struct SessionOutput

@@ -33,9 +33,18 @@ public:
     // Nothing: no limit.
     virtual void SetRatingLimit(std::optional<int> age) = 0;
 
-    // The channel-lock setting. Setting it is false on failure.
-    virtual bool ChannelLock() = 0;
-    virtual bool SetChannelLock(bool on) = 0;
+    // Settings of the viewer's menu.
+    enum class Setting
+    {
+        ChannelLock,
+        Caption
+    };
+    // Whether one is on; off where it has no value. Setting one is false on failure.
+    virtual bool IsOn(Setting setting) = 0;
+    virtual bool Set(Setting setting, bool on) = 0;
+
+    // Tells of a new MPD of the service.
+    virtual void SignalMpd() = 0;
 
     // Raises a signal of the recorder's player; returns once all who listen to it have had it. Any thread but
     // the recorder's.

@@ -35,27 +35,18 @@ public:
     TvServiceCloser& operator=(const TvServiceCloser&) = delete;
 };
 
-// Why an input that has a TTML component brought no subtitle.
-std::string WhyNothingCame(const TTMLHost::TvStatistics& statistics)
-{
-    if (statistics.pesDelivered > 0) {
-        return "none of its " + CountText(statistics.pesDelivered, "TTML PES packet") +
-               " could be read; the log says why";
-    }
-    return "no TTML PES packet came; play more of the stream, or choose another service or language";
-}
-
 } // namespace
 
-void BroadcastCommand::AddOptions(CLI::App& command)
+void BroadcastCommand::AddOptions(CLI::App& command, const std::string& examples)
 {
     command.add_option("--speed", m_speed, "Speed of the play (1.0)")->option_text("X")->check(SpeedCheck());
-    command.add_flag("--fast", m_tv.fast, "Play as fast as the input can be read");
+    command.add_flag("--fast", m_fast, "Play as fast as the input can be read");
     command.add_flag("--pvr", m_recording, "Be the recorder's player: the input is a recording");
     m_common.AddTo(command);
+    command.footer("Script words: " + WordForms(Words()) + "\n\n" + examples);
 }
 
-Vocabulary BroadcastCommand::Words()
+Vocabulary BroadcastCommand::Words() const
 {
     Vocabulary words = TrackWords();
     for (Word& word : BroadcastWords()) {
@@ -66,10 +57,9 @@ Vocabulary BroadcastCommand::Words()
 
 void BroadcastCommand::Complete()
 {
-    if (m_speed && m_tv.fast) {
+    if (m_speed && m_fast) {
         throw UsageError("--speed and --fast exclude each other");
     }
-    m_tv.speed = m_speed.value_or(1.0);
     m_common.Complete(Words());
 }
 
@@ -108,11 +98,9 @@ int BroadcastCommand::Run()
     });
     const SignalWatcher watcher(control, m_common.duration);
 
-    TTMLHost::TvOptions options = m_tv;
-    options.cancel = &cancel;
     std::string error;
     int code = EXIT_FAILED;
-    if (TTMLHost::TvOpen(options, &content, &error)) {
+    if (Open(&content, &cancel, &error)) {
         const TvServiceCloser closer;
         code = Play({content, television, control}, output);
     } else if (control.Reason() == StopReason::Interrupted) {
@@ -149,7 +137,7 @@ int BroadcastCommand::Play(const Stage& stage, Output& output) const
 
     const std::string errors = ErrorCounts(TTMLHost::TvGetStatistics());
     if (!errors.empty()) {
-        PrintMessage("errors in " + InputName(m_tv.input) + ": " + errors);
+        PrintMessage("errors in " + InputName(Input()) + ": " + errors);
     }
     const std::string complaint = Complaint(session, stage);
     if (!complaint.empty()) {
@@ -199,15 +187,13 @@ std::string BroadcastCommand::Complaint(const Session& session, const Stage& sta
         return stage.content.InputError();
     }
     const TTMLHost::TvStatistics statistics = TTMLHost::TvGetStatistics();
-    // A complaint says better than this why there were no packets.
-    if (control.Reason() == StopReason::TimeUp && statistics.packets == 0 && !stage.content.Complained()) {
-        return "nothing came from " + InputName(m_tv.input) + " within --duration; check " +
-               (m_tv.input == "-" ? "the program that writes it" : "the address and the sender");
+    // A complaint says better than this why nothing arrived.
+    if (control.Reason() == StopReason::TimeUp && !stage.content.Complained()) {
+        return WhyNothingArrived(statistics);
     }
-    // That packets are scrambled or damaged has been said when they came.
-    if (control.Reason() == StopReason::InputOver && session.Delivered() == 0 &&
-        statistics.scrambledPackets == 0 && statistics.pesDropped == 0) {
-        return "playing " + InputName(m_tv.input) + " delivered nothing: " + WhyNothingCame(statistics);
+    if (control.Reason() == StopReason::InputOver && session.Delivered() == 0) {
+        const std::string reason = WhyNothingCame(statistics);
+        return reason.empty() ? reason : "playing " + InputName(Input()) + " delivered nothing: " + reason;
     }
     return {};
 }

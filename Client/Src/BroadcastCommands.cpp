@@ -29,6 +29,14 @@ Vocabulary BroadcastWords()
     };
 }
 
+Vocabulary CaptionWords()
+{
+    return {
+        {"caption", Argument::Choice, "", {"on", "off"}},
+        {"mpd", Argument::None, "", {}},
+    };
+}
+
 BroadcastCommands::BroadcastCommands(Session& session, BroadcastContent& content, Television& television,
                                      RunControl& control)
     : m_session(session)
@@ -39,8 +47,8 @@ BroadcastCommands::BroadcastCommands(Session& session, BroadcastContent& content
 
 BroadcastCommands::~BroadcastCommands()
 {
-    if (m_formerChannelLock) {
-        m_television.SetChannelLock(*m_formerChannelLock);
+    for (const auto& [setting, on] : m_formerSettings) {
+        m_television.Set(setting, on);
     }
 }
 
@@ -48,10 +56,13 @@ void BroadcastCommands::Teach(ScriptRunner& runner)
 {
     runner.On("tune", [this](const Step& step) { Tune(step.text); });
     runner.On("lock", [this](const Step& step) { LockService(IsOn(step)); });
-    runner.On("channel-lock", [this](const Step& step) { SetChannelLock(IsOn(step)); });
+    runner.On("channel-lock",
+              [this](const Step& step) { Set(Television::Setting::ChannelLock, IsOn(step)); });
     runner.On("rating", [this](const Step& step) { SetRatingLimit(step.age); });
     runner.On("tvs", [this](const Step& step) { SetService(step.choice); });
     runner.On("pvr", [this](const Step& step) { SignalRecorder(step.choice); });
+    runner.On("caption", [this](const Step& step) { Set(Television::Setting::Caption, IsOn(step)); });
+    runner.On("mpd", [this](const Step& /*step*/) { SignalMpd(); });
 }
 
 void BroadcastCommands::Tune(const std::string& service)
@@ -88,15 +99,13 @@ void BroadcastCommands::LockService(bool locked)
     Settle();
 }
 
-void BroadcastCommands::SetChannelLock(bool on)
+void BroadcastCommands::Set(Television::Setting setting, bool on)
 {
-    if (!m_formerChannelLock) {
-        m_formerChannelLock = m_television.ChannelLock();
-    }
-    if (!m_television.SetChannelLock(on)) {
-        m_control.Fail(
-            "setting the channel lock failed: the settings store does not take it; see the log for "
-            "the reason");
+    m_formerSettings.emplace(setting, m_television.IsOn(setting));
+    if (!m_television.Set(setting, on)) {
+        m_control.Fail(std::string("setting the ") +
+                       (setting == Television::Setting::ChannelLock ? "channel lock" : "captions") +
+                       " failed: the settings store does not take it; see the log for the reason");
     }
 }
 
@@ -113,6 +122,12 @@ void BroadcastCommands::SignalRecorder(const std::string& signal)
                                                    : Television::Recorder::TrickMode);
     // Trick mode queues a seek.
     m_session.Settle();
+}
+
+void BroadcastCommands::SignalMpd()
+{
+    m_television.SignalMpd();
+    Settle();
 }
 
 void BroadcastCommands::Settle()

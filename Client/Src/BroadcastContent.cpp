@@ -30,6 +30,8 @@ void BroadcastContent::ExpectTune()
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_tune = Tune::Expected;
     m_tuneError.clear();
+    // That of the service before; another one may play on.
+    m_over = false;
 }
 
 std::string BroadcastContent::WaitTuned()

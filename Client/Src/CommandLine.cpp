@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Atsc3Command.h"
 #include "BroadbandCommand.h"
 #include "Command.h"
 #include "CommonOptions.h"
@@ -51,6 +52,7 @@ int RunCommandLine(int argc, const char* const* argv)
     };
     add(std::make_unique<BroadbandCommand>());
     add(std::make_unique<DvbCommand>());
+    add(std::make_unique<Atsc3Command>());
     add(std::make_unique<InfoCommand>());
     add(std::make_unique<SettingsCommand>());
 

@@ -244,7 +244,10 @@ private:
             if (entities && m_document[m_at] == '&' && ReadEntity(end, target)) {
                 continue;
             }
-            target.Add(m_document[m_at]);
+            // A zero byte ends some documents of a broadcast; it is no character of theirs.
+            if (m_document[m_at] != '\0') {
+                target.Add(m_document[m_at]);
+            }
             ++m_at;
         }
         m_done = m_done || (m_paragraphDepth > 0 && target.Full());

@@ -1,11 +1,11 @@
 #include "DvbCommand.h"
 
-#include <new>
-
 #include <CLI/CLI.hpp>
 
 #include "CDVBSource.h"
 #include "OptionChecks.h"
+#include "Output.h"
+#include "StreamReport.h"
 
 namespace TTMLClient {
 
@@ -41,18 +41,45 @@ CLI::App* DvbCommand::Declare(CLI::App& program)
     command->add_option("--lang", m_tv.language, "The language of the subtitles (the first one)")
         ->option_text("XXX")
         ->check(LanguageCheck());
-    AddOptions(*command);
-    command->footer("Script words: " + WordForms(Words()) + "\n\n" + kExamples);
+    AddOptions(*command, kExamples);
     return command;
+}
+
+bool DvbCommand::Open(TTMLHost::TvListener* listener, const std::atomic<bool>* cancel,
+                      std::string* error) const
+{
+    TTMLHost::TvOptions options = m_tv;
+    options.speed = Speed();
+    options.fast = IsFast();
+    options.cancel = cancel;
+    return TTMLHost::TvOpen(options, listener, error);
 }
 
 SourcePtr DvbCommand::CreateSource(const std::string& userAgent) const
 {
-    SourcePtr source(new (std::nothrow) TTML::CDVBSource);
-    if (source) {
-        source->t_Initialize(userAgent.c_str());
+    return MakeSource<TTML::CDVBSource>(userAgent);
+}
+
+std::string DvbCommand::WhyNothingCame(const TTMLHost::TvStatistics& statistics) const
+{
+    if (statistics.pesDelivered > 0) {
+        return "none of its " + CountText(statistics.pesDelivered, "TTML PES packet") +
+               " could be read; the log says why";
     }
-    return source;
+    // That packets are scrambled or damaged has been said when they came.
+    if (statistics.scrambledPackets > 0 || statistics.pesDropped > 0) {
+        return {};
+    }
+    return "no TTML PES packet came; play more of the stream, or choose another service or language";
+}
+
+std::string DvbCommand::WhyNothingArrived(const TTMLHost::TvStatistics& statistics) const
+{
+    if (statistics.packets > 0) {
+        return {};
+    }
+    return "nothing came from " + InputName(m_tv.input) + " within --duration; check " +
+           (m_tv.input == "-" ? "the program that writes it" : "the address and the sender");
 }
 
 } // namespace TTMLClient

@@ -8,7 +8,8 @@ namespace TTMLClient {
 
 namespace {
 
-const char* const kChannelLockKey = "db/menu/broadcasting/channel_lock";
+const char* const kChannelLockKey = "db/menu/broadcasting/channel_lock"; // a bool
+const char* const kCaptionKey = "db/menu/caption/caption";               // an int
 
 } // namespace
 
@@ -47,16 +48,24 @@ void HostTelevision::SetRatingLimit(std::optional<int> age)
     TTMLHost::TvSetRatingLimit(age);
 }
 
-bool HostTelevision::ChannelLock()
+bool HostTelevision::IsOn(Setting setting)
 {
-    // A store that does not know the key leaves the lock off, as the source takes it.
-    int on = 0;
-    return vconf_get_bool(kChannelLockKey, &on) == 0 && on != 0;
+    int value = 0;
+    const int result = setting == Setting::ChannelLock ? vconf_get_bool(kChannelLockKey, &value)
+                                                       : vconf_get_int(kCaptionKey, &value);
+    return result == 0 && value != 0;
 }
 
-bool HostTelevision::SetChannelLock(bool on)
+bool HostTelevision::Set(Setting setting, bool on)
 {
-    return vconf_set_bool(kChannelLockKey, on ? 1 : 0) == 0;
+    const int value = on ? 1 : 0;
+    return (setting == Setting::ChannelLock ? vconf_set_bool(kChannelLockKey, value)
+                                            : vconf_set_int(kCaptionKey, value)) == 0;
+}
+
+void HostTelevision::SignalMpd()
+{
+    TTMLHost::TvSignalMpd();
 }
 
 void HostTelevision::SignalRecorder(Recorder signal)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <regex>
 #include <string>
 
 namespace TTMLClient {
@@ -57,6 +58,32 @@ CLI::Validator LanguageCheck()
                    : "takes a language of three letters, such as eng, not '" + text + "'";
     };
     return {check, "", "language"};
+}
+
+CLI::Validator LanguageTagCheck()
+{
+    const auto check = [](const std::string& text) {
+        static const std::regex tag("[A-Za-z]{2,8}(-[A-Za-z0-9]{1,8})*");
+        return std::regex_match(text, tag)
+                   ? std::string()
+                   : "takes a language tag, such as en, eng or pt-BR, not '" + text + "'";
+    };
+    return {check, "", "language tag"};
+}
+
+CLI::Validator ChoiceCheck(const std::vector<std::string>& choices)
+{
+    const auto check = [choices](const std::string& text) {
+        if (std::find(choices.begin(), choices.end(), text) != choices.end()) {
+            return std::string();
+        }
+        std::string list;
+        for (const std::string& choice : choices) {
+            list += (list.empty() ? "" : " or ") + choice;
+        }
+        return "takes " + list + ", not '" + text + "'";
+    };
+    return {check, "", "choice"};
 }
 
 } // namespace TTMLClient

@@ -1,5 +1,6 @@
 #include "BroadcastCommands.h"
 
+#include <map>
 #include <memory>
 #include <thread>
 
@@ -56,13 +57,15 @@ public:
     {
         m_calls.push_back("Rating " + (age ? std::to_string(*age) : "none"));
     }
-    bool ChannelLock() override { return channelLock; }
-    bool SetChannelLock(bool on) override
+    bool IsOn(Setting setting) override { return settings[setting]; }
+    bool Set(Setting setting, bool on) override
     {
-        m_calls.push_back(on ? "ChannelLock on" : "ChannelLock off");
-        channelLock = on;
+        m_calls.push_back((setting == Setting::ChannelLock ? "ChannelLock " : "Caption ") +
+                          std::string(on ? "on" : "off"));
+        settings[setting] = on;
         return takesSettings;
     }
+    void SignalMpd() override { m_calls.push_back("Mpd"); }
     void SignalRecorder(Recorder signal) override
     {
         m_calls.push_back("Recorder " + std::to_string(static_cast<int>(signal)));
@@ -72,7 +75,7 @@ public:
     std::string tuneError;
     bool tunesAtOnce = true;
     TTMLTest::Gate tuning{"a tune has begun"};
-    bool channelLock = false;
+    std::map<Setting, bool> settings;
     bool takesSettings = true;
 
 private:
@@ -94,7 +97,11 @@ protected:
     {
         TTMLClient::ScriptRunner runner;
         m_commands->Teach(runner);
-        runner.Run(TTMLClient::ParseScript(script, TTMLClient::BroadcastWords()), m_control);
+        TTMLClient::Vocabulary words = TTMLClient::BroadcastWords();
+        for (const TTMLClient::Word& word : TTMLClient::CaptionWords()) {
+            words.push_back(word);
+        }
+        runner.Run(TTMLClient::ParseScript(script, words), m_control);
         return TakeCalls();
     }
 
@@ -130,11 +137,20 @@ TEST_F(BroadcastTest, CarriesOutEveryScriptWordAndWaitsForTheSource)
     EXPECT_EQ(Run("pvr play"), (Calls{"Recorder 0", "event", "event"}));
     EXPECT_EQ(Run("pvr stop"), (Calls{"Recorder 1", "event", "event"}));
     EXPECT_EQ(Run("pvr trick"), (Calls{"Recorder 2", "event", "event"}));
+    EXPECT_EQ(Run("mpd"), (Calls{"Mpd", "Settle", "event", "event"}));
+}
+
+TEST_F(BroadcastTest, PutsTheCaptionsBackWhenItGoes)
+{
+    m_television.settings[TTMLClient::Television::Setting::Caption] = true;
+    EXPECT_EQ(Run("caption on; caption off"), (Calls{"Caption on", "Caption off"}));
+    m_commands.reset();
+    EXPECT_EQ(TakeCalls(), (Calls{"Caption on"}));
 }
 
 TEST_F(BroadcastTest, PutsTheChannelLockBackWhenItGoes)
 {
-    m_television.channelLock = true;
+    m_television.settings[TTMLClient::Television::Setting::ChannelLock] = true;
     EXPECT_EQ(Run("channel-lock off; channel-lock on; channel-lock off"),
               (Calls{"ChannelLock off", "ChannelLock on", "ChannelLock off"}));
     m_commands.reset();
@@ -155,6 +171,14 @@ TEST_F(BroadcastTest, FailsTheRunWhenTheSettingsStoreRefuses)
     EXPECT_EQ(m_control.Failure(),
               "setting the channel lock failed: the settings store does not take it; see "
               "the log for the reason");
+}
+
+TEST_F(BroadcastTest, FailsTheRunWhenTheSettingsStoreRefusesTheCaptions)
+{
+    m_television.takesSettings = false;
+    Run("caption off");
+    EXPECT_EQ(m_control.Failure(),
+              "setting the captions failed: the settings store does not take it; see the log for the reason");
 }
 
 TEST_F(BroadcastTest, FailsTheRunWhenAServiceCannotBeTunedTo)
@@ -190,6 +214,17 @@ TEST_F(BroadcastTest, WaitsForNoTuneOnceTheInputIsOver)
         m_content.OnEnd("");
     }
     EXPECT_EQ(TakeCalls(), (Calls{"Tune 2", "Settle", "event", "event"}));
+}
+
+TEST_F(BroadcastTest, WaitsForATuneAfterTheEndOfTheServiceBefore)
+{
+    m_content.OnEnd("");
+    {
+        const TuneBeside tune(*m_commands, m_television);
+        m_content.OnSignal(SIGNAL_TUNE_START);
+        m_content.OnTuneFailed("its MPD does not come");
+    }
+    EXPECT_EQ(m_control.Failure(), "its MPD does not come");
 }
 
 TEST_F(BroadcastTest, WaitsForNoTuneOnceWaitsAreGivenUp)

@@ -83,6 +83,13 @@ TEST(FirstText, IsEmptyWhereThereIsNone)
     EXPECT_EQ(FirstText(Document("<image type=\"image/png\">iVBORw0KGgo=</image>")), "");
 }
 
+TEST(FirstText, LeavesOutAZeroByteBehindTheDocument)
+{
+    using namespace std::string_literals;
+    EXPECT_EQ(FirstText("<tt xmlns=\"http://www.w3.org/ns/ttml\"/>\0"s), "");
+    EXPECT_EQ(FirstText(Document("<p>Hello</p>") + "\0"s), "Hello");
+}
+
 TEST(FirstText, StandsWhatIsCutShort)
 {
     const std::string document = Document("<p begin=\"0s\">a&amp;b<![CDATA[c]]><!--d--></p>");

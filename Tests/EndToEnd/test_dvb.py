@@ -221,8 +221,10 @@ class WhileTheStreamComes(DvbCase):
     def test_a_tune_changes_to_the_subtitles_of_the_other_service(self):
         with Feed(self, "--script", "tune 102; wait 1h") as feed:
             self.send(feed, 0, 0.5)
-            feed.expect(*START, *TUNE, *TUNE)
+            # The second tune needs a clock reference that comes after it began.
+            feed.expect(*START, *TUNE, *TUNE[:2])
             self.send(feed, 0.5, 5)
+            feed.expect(*TUNE[2:])
             french = streams.texts(make_ts.FRA)
             self.assertEqual([feed.expect_document(), feed.expect_document()], french[:2])
             feed.interrupt()

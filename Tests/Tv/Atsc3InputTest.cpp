@@ -24,7 +24,7 @@ bool HasCaptionThread()
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
         std::ifstream file(entry.path() / "comm");
         std::string name;
-        if (std::getline(file, name) && name == "TvCaptions") {
+        if (std::getline(file, name) && name == "TvAtsc3") {
             return true;
         }
     }

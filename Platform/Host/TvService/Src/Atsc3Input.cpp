@@ -13,7 +13,7 @@ namespace TTMLHost {
 
 namespace {
 
-constexpr char kThreadName[] = "TvCaptions";
+constexpr char kThreadName[] = "TvAtsc3";
 
 constexpr char kKoreanCaptionsKey[] = "com.velmora/featureconf/caption.support_kor";
 

@@ -60,10 +60,11 @@ void Tuner::Start()
     if (m_started) {
         return;
     }
-    // Under the lock, so that signals come in the order of what they tell. The call only queues.
-    m_output->Raise(SIGNAL_TUNE_START);
+    // Under the lock, so that signals come in the order of what they tell. The call only queues. Whoever has seen
+    // the signal finds the request made.
     m_started = true;
     m_requested = true;
+    m_output->Raise(SIGNAL_TUNE_START);
     m_changed.notify_all();
 }
 
@@ -82,11 +83,11 @@ bool Tuner::Tune(const std::string& service, std::string* error)
     }
     std::string wanted = service;
     if (m_started) {
+        m_requested = true;
         m_output->Raise(SIGNAL_TUNE_START);
         m_tuned.reset();
         m_component.reset();
         m_clock.End();
-        m_requested = true;
         m_changed.notify_all();
     }
     m_wanted.swap(wanted);
