@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the library, its Linux platform and the client, and plays the bundled samples: a document fetched
-# from an HTTP server, a subtitle track of a media file, and a transport stream, all through libttmlsource.so.
+# from an HTTP server, a subtitle track of a media file, a transport stream, and the captions of an ATSC 3.0
+# service, all through libttmlsource.so.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . Tools/setup.sh
@@ -50,5 +51,17 @@ say "DVB: its English subtitles at ten times their speed; the programme map move
 say "DVB: tuning to the other service, and a locked channel"
 "$client" dvb Samples/subtitles.ts --speed 10 \
     --script "wait 600ms; tune 102; wait 800ms; channel-lock on; lock on; show; lock off; show; wait 500ms"
+
+say "ATSC 3.0: the captions of a service from its MPD on an HTTP server, at ten times their speed"
+"$client" atsc3 "$base/atsc3/service.mpd" --speed 10
+
+say "ATSC 3.0: captions that are images, each kept as a document and a PNG"
+rm -rf build/demo-out
+"$client" atsc3 Samples/atsc3/service.mpd --lang spa --fast --out build/demo-out
+ls build/demo-out
+
+say "ATSC 3.0: tuning to another service; captions are shown only while the setting is on"
+"$client" atsc3 Samples/atsc3/service.mpd --also Samples/atsc3/second.mpd --speed 10 \
+    --script "wait 600ms; caption off; show; caption on; show; tune 2; wait 700ms"
 
 say "Done. '$client --help' tells the rest; './test.sh' runs the tests."
