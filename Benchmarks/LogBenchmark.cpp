@@ -1,51 +1,16 @@
 // One log line below the threshold and one above it, written to /dev/null.
 
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
 #include <pthread.h>
-#include <unistd.h>
 
 #include "BareVariadic.h"
 #include "Log.h"
+#include "SilentStderr.h"
 #include "Subjects.h"
 
 namespace TTMLBench {
 
 namespace {
-
-// Sends stderr to /dev/null while it lives.
-class SilentStderr
-{
-public:
-    SilentStderr()
-        : m_kept(dup(STDERR_FILENO))
-    {
-        const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-        if (m_kept >= 0 && null >= 0) {
-            m_silent = dup2(null, STDERR_FILENO) >= 0;
-        }
-        if (null >= 0) {
-            close(null);
-        }
-    }
-
-    ~SilentStderr()
-    {
-        if (m_kept >= 0) {
-            (void)dup2(m_kept, STDERR_FILENO);
-            close(m_kept);
-        }
-    }
-
-    SilentStderr(const SilentStderr&) = delete;
-    SilentStderr& operator=(const SilentStderr&) = delete;
-
-    bool IsSilent() const { return m_silent; }
-
-private:
-    int m_kept;
-    bool m_silent = false;
-};
 
 void Below(benchmark::State& state)
 {

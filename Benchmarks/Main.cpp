@@ -1,5 +1,5 @@
 // Runs the benchmarks and prints one table. Options of Google Benchmark may be given, among them
-// --benchmark_filter=REGEX and --benchmark_repetitions=N. Ends with 1 when a memory limit is broken or a
+// --benchmark_filter=REGEX and --benchmark_repetitions=N. Ends with 1 when a limit is broken or a
 // benchmark failed.
 
 #include <cstdio>
@@ -25,9 +25,10 @@ namespace TTMLBench {
 namespace {
 
 const Subject* const kSubjects[] = {
-    &kTaskSubject,    &kWakeupSubject,    &kMutexSubject,       &kLogSubject,    &kInbandSubject,
-    &kFetchSubject,   &kPesParserSubject, &kPesDeliverySubject, &kStreamSubject, &kBroadbandTimeSubject,
-    &kDvbTimeSubject, &kAtscTimeSubject,  &kMemorySubject,
+    &kTaskSubject,          &kWakeupSubject,  &kMutexSubject,         &kLogSubject,
+    &kInbandSubject,        &kFetchSubject,   &kPesParserSubject,     &kPesDeliverySubject,
+    &kStreamSubject,        &kCaptionSubject, &kCaptionRepeatSubject, &kMpdSubject,
+    &kBroadbandTimeSubject, &kDvbTimeSubject, &kAtscTimeSubject,      &kMemorySubject,
 };
 
 std::string ProcessorName()

@@ -5,13 +5,11 @@
 
 #include <benchmark/benchmark.h>
 
-#include "CATSCSource.h"
+#include "AtscPlay.h"
 #include "CBBSource.h"
 #include "Document.h"
 #include "DvbPlay.h"
-#include "GlobalKeys.h"
 #include "HostPlayer.h"
-#include "HostSystem.h"
 #include "LineCount.h"
 #include "PesPacket.h"
 #include "PlatformFileManager.h"
@@ -150,17 +148,9 @@ void AskDvb(std::size_t count)
 
 // The source for ATSC 3.0.
 
-SourcePointer<TTML::CATSCSource> CreateAtscSource()
-{
-    // What it asks for when it is constructed; without an answer it warns.
-    TTMLHost::SetPackageName("benchmarks");
-    TTMLHost::SetSystemFeature(TTML::g_strKoreaCaptionFeatureKey, false);
-    return SourcePointer<TTML::CATSCSource>(new TTML::CATSCSource);
-}
-
 void AtscSource(benchmark::State& state)
 {
-    const auto source = CreateAtscSource();
+    const auto source = MakeAtscSource();
     Measure(state, [&] { return Ask(*source); });
 }
 
@@ -174,7 +164,7 @@ void AtscPlatform(benchmark::State& state)
 
 void AskAtsc(std::size_t count)
 {
-    const auto source = CreateAtscSource();
+    const auto source = MakeAtscSource();
     for (std::size_t i = 0; i < count; ++i) {
         Ask(*source);
     }

@@ -10,8 +10,7 @@
 #include "CPESParser.h"
 #include "Document.h"
 #include "DvbPlay.h"
-#include "LineCount.h"
-#include "Log.h"
+#include "LogLines.h"
 #include "PesPacket.h"
 #include "PlatformTvServiceData.h"
 #include "Subjects.h"
@@ -23,7 +22,6 @@ namespace {
 constexpr std::size_t kDocumentSize = 3072;
 constexpr std::size_t kDifference = 512; // more than a paragraph
 constexpr std::size_t kBatch = 64;
-constexpr int kParserFunctions = 5;
 constexpr int kGzipWindowBits = MAX_WBITS + 16;
 
 // What the packets say does not matter here.
@@ -76,17 +74,6 @@ void Copy(benchmark::State& state)
     }
 }
 
-// The log lines of ParsePES on a packet with a gzip segment: its functions begin and end with one each.
-void Lines(benchmark::State& state)
-{
-    for (auto _ : state) {
-        for (int i = 0; i < kParserFunctions; ++i) {
-            TTML_LOG_SCOPE();
-            TTML_LOGI("index[%d]", i);
-        }
-    }
-}
-
 // Their documents alternate, so that none is dropped as a repeat.
 std::vector<TSPESData> MakePackets()
 {
@@ -131,7 +118,7 @@ void RegisterParser()
     benchmark::RegisterBenchmark("pes/inflate", Inflate);
     benchmark::RegisterBenchmark("pes/parse_plain", Parse, kPlainSegment);
     benchmark::RegisterBenchmark("pes/copy", Copy);
-    benchmark::RegisterBenchmark("pes/lines", Lines);
+    benchmark::RegisterBenchmark("pes/lines", MeasureLogLines);
 }
 
 void RegisterDelivery()
@@ -139,13 +126,9 @@ void RegisterDelivery()
     benchmark::RegisterBenchmark("pes/deliver", Delivery);
 }
 
-// How many lines are logged on the way, and about what they take.
 std::string LinesNote(const Results& results, const char* workload)
 {
-    const std::optional<double> lines = LinesPerItem(workload);
-    const std::optional<double> line = results.Time("pes/lines", 3 * kParserFunctions);
-    return LinesText(lines, "a packet") +
-           (lines && line ? ", about " + TimeText(*lines * *line) : std::string());
+    return LogLinesNote(results, "pes/lines", workload, "a packet");
 }
 
 void ReportParser(const Results& results, Table& table)

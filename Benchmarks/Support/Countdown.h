@@ -16,6 +16,8 @@ public:
     // Nobody may be counting or waiting.
     void Expect(std::size_t count);
     void Done();
+    // How many have not been counted yet.
+    std::size_t Remaining() const { return m_remaining; }
     // Ends the process with a message when it takes longer than half a minute.
     void Wait();
 

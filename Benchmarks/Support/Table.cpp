@@ -53,11 +53,13 @@ std::string BytesText(double bytes)
 }
 
 void Table::CompareTimes(const std::string& what, std::optional<double> ours, std::optional<double> reference,
-                         const std::string& referenceName, const std::string& note)
+                         const std::string& referenceName, const std::string& note,
+                         std::optional<double> limit)
 {
     if (ours && reference) {
+        const double ratio = *ours / *reference;
         m_lines.push_back({what, TimeText(*ours), TimeText(*reference) + " " + referenceName,
-                           RatioText(*ours / *reference), note});
+                           RatioText(ratio), m_Judged(limit && ratio > *limit, note)});
     }
 }
 
@@ -65,12 +67,15 @@ void Table::CompareBytes(const std::string& what, std::optional<double> ours, do
                          const std::string& note)
 {
     if (ours) {
-        const bool broken = *ours > limit;
-        m_limitBroken = m_limitBroken || broken;
         m_lines.push_back({what, BytesText(*ours), BytesText(limit) + " allowed",
-                           limit > 0.0 ? RatioText(*ours / limit) : "-",
-                           broken ? "LIMIT BROKEN; " + note : note});
+                           limit > 0.0 ? RatioText(*ours / limit) : "-", m_Judged(*ours > limit, note)});
     }
+}
+
+std::string Table::m_Judged(bool broken, const std::string& note)
+{
+    m_limitBroken = m_limitBroken || broken;
+    return broken ? "LIMIT BROKEN; " + note : note;
 }
 
 void Table::Print(std::ostream& out) const

@@ -19,9 +19,10 @@ std::string BytesText(double bytes);
 class Table
 {
 public:
-    // Times in seconds.
+    // Times in seconds. A ratio above `limit`, where there is one, makes the run fail.
     void CompareTimes(const std::string& what, std::optional<double> ours, std::optional<double> reference,
-                      const std::string& referenceName, const std::string& note);
+                      const std::string& referenceName, const std::string& note,
+                      std::optional<double> limit = std::nullopt);
 
     // Bytes beside their limit; more than that makes the run fail.
     void CompareBytes(const std::string& what, std::optional<double> ours, double limit,
@@ -31,6 +32,9 @@ public:
     void Print(std::ostream& out) const;
 
 private:
+    // The note, led by the word of a broken limit, which is remembered.
+    std::string m_Judged(bool broken, const std::string& note);
+
     std::vector<std::array<std::string, 5>> m_lines;
     bool m_limitBroken = false;
 };

@@ -76,7 +76,7 @@ private:
     bool m_IsRepeat(const std::vector<unsigned char>& payload);
     void m_RememberCaption(const std::vector<unsigned char>& payload);
     void m_ForgetCaption();
-    void m_SetMpdTimes(const CMpdParser& times);
+    std::uint32_t m_ResetMpdTimes();
     void m_SetCaptionProfile(unsigned char profile);
 
     TVServiceAPI::IDataSubscriber* m_pDataSubscriber =
@@ -95,6 +95,9 @@ private:
 
     // Held to read or write values that belong together; never across a call to anything else.
     pthread_mutex_t m_leafMutex = PTHREAD_MUTEX_INITIALIZER;
+    // What is read without the lock is kept only if nobody began later: both are numbers of beginnings.
+    std::uint32_t m_nMpdResets = 0; // guarded by m_leafMutex
+    std::atomic<std::uint32_t> m_nBannerReadings{0};
 };
 
 } // namespace TTML

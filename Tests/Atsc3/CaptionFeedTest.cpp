@@ -145,14 +145,40 @@ TEST_F(CaptionFeedTest, RefusesServicesWithoutCaptions)
               "of a service with TTML captions");
 }
 
-TEST_F(CaptionFeedTest, SaysThatTheInitializationIsMissing)
+TEST_F(CaptionFeedTest, EndsWithWhyNothingCouldBegin)
 {
-    WriteMpd("mediaPresentationDuration=\"PT2S\"");
+    WriteMpd("mediaPresentationDuration=\"PT4S\"");
     WriteSegment(1, Segment(0, "a"));
+    WriteSegment(2, Segment(2000, "b"));
     ASSERT_EQ(std::remove(m_folder.Path("init.mp4").c_str()), 0);
     Open(0);
-    EXPECT_EQ(m_feed.Next(0).warnings, Lines{"Cannot read '" + m_folder.Path("init.mp4") +
-                                             "': No such file or directory; check the path"});
+    EXPECT_EQ(Captions(0), Lines());
+    EXPECT_EQ(Captions(0), Lines());
+    const FeedStep end = m_feed.Next(0);
+    EXPECT_EQ(end.kind, Kind::End);
+    EXPECT_EQ(end.warnings, Lines());
+    EXPECT_EQ(end.error,
+              "Cannot read '" + m_folder.Path("init.mp4") + "': No such file or directory; check the path");
+}
+
+TEST_F(CaptionFeedTest, TellsOnceWhyTheFirstSegmentsCouldNotBegin)
+{
+    WriteMpd("mediaPresentationDuration=\"PT6S\"");
+    for (const unsigned number : {1, 2, 3}) {
+        WriteSegment(number, Segment(2000 * (number - 1), std::to_string(number)));
+    }
+    m_folder.Write("init.mp4", "no initialization");
+    Open(0);
+    EXPECT_EQ(Captions(0), Lines());
+    EXPECT_EQ(Captions(0), Lines());
+    m_folder.Write("init.mp4", TTMLTest::Initialization());
+    const FeedStep step = m_feed.Next(0);
+    EXPECT_EQ(step.warnings,
+              Lines{"Cannot use '" + m_folder.Path("init.mp4") +
+                    "': it is no initialization segment; check what wrote it, and that the MPD names the "
+                    "initialization segment of captions"});
+    EXPECT_EQ(step.captions.size(), 1U);
+    EXPECT_EQ(m_feed.Next(0).warnings, Lines());
 }
 
 TEST_F(CaptionFeedTest, TellsWhetherWhatItBeginsWithIsThere)

@@ -54,6 +54,20 @@ std::string WhyNone(const std::string& text)
     return error;
 }
 
+// Minutes, when all of them are looked through for each of them.
+TEST(Mpd, MayHaveVeryManyPeriodsAndSets)
+{
+    constexpr std::size_t kMany = 20000;
+    std::string sets;
+    std::string periods;
+    for (std::size_t i = 0; i < kMany; ++i) {
+        sets += CaptionText("");
+        periods += PeriodText("duration=\"PT1S\"", CaptionText(""));
+    }
+    EXPECT_EQ(Sets(sets).size(), kMany);
+    EXPECT_EQ(ParsedMpd(MpdText("", periods)).periods.size(), kMany);
+}
+
 TEST(Mpd, HasTheClockOfAService)
 {
     const Mpd mpd = ParsedMpd(MpdText("type=\"dynamic\" availabilityStartTime=\"2024-05-17T10:30:15.5Z\" "

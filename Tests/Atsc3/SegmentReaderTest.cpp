@@ -253,6 +253,11 @@ TEST(SegmentReader, SurvivesBoxesThatLieAboutTheirSizes)
     EXPECT_EQ(ReadDamaged(Patched(Three(), "trun", 0, 0x7fff)).texts, kThree);
     EXPECT_EQ(ReadDamaged(Patched(Three(), "traf", 0, 0xffff)).texts, kThree);
     EXPECT_EQ(ReadDamaged(Patched(Three(), "moof", 0, 20)).texts, Lines());
+    // To the end of the file, which takes the boxes behind them in.
+    for (const char* const box : {"tfhd", "tfdt"}) {
+        EXPECT_EQ(ReadDamaged(Patched(Three(), box, 0, 0)).texts, Lines()) << box;
+        EXPECT_EQ(ReadDamaged(Patched(Three(), box, 0, 0)).why, cannotBe) << box;
+    }
     EXPECT_EQ(ReadDamaged(Patched(Three(), "tfhd", 0, 2)).texts, Lines());
     EXPECT_EQ(ReadDamaged(Patched(Three(), "tfhd", 0, 2)).why, "it has no fragment of the TTML track");
 }
@@ -265,6 +270,9 @@ TEST(SegmentReader, SurvivesRunsThatLieAboutTheirSamples)
     const std::string endless =
         Patched(FragmentMaker().Time(0).Sample("a").Defaults(1, 0).Bytes(), "trun", 12, 0xffffffff);
     EXPECT_EQ(ReadDamaged(endless).texts.size(), 100000U);
+    const std::string nothing =
+        Patched(FragmentMaker().Time(0).Sample("a").Defaults(0, 0).Bytes(), "trun", 12, 0xffffffff);
+    EXPECT_EQ(ReadDamaged(nothing).texts, Lines());
     EXPECT_EQ(ReadDamaged(Patched(Three(), "trun", 16, 0x80000000)).texts, Lines());
     EXPECT_EQ(ReadDamaged(Patched(Three(), "trun", 16, 0x7fffffff)).why,
               "3 samples end behind its " + std::to_string(Three().size()) + " bytes");

@@ -51,6 +51,14 @@ TEST(SegmentTemplate, FindsTheNumberOfAName)
     EXPECT_EQ(Parsed("$Number$-$Number%02d$").NumberOf("3-03"), 3);
 }
 
+TEST(SegmentTemplate, FindsNumbersBehindAnyCountOfZeros)
+{
+    EXPECT_EQ(Parsed("$Number%020d$.m4s").NumberOf("00000000000000000003.m4s"), 3);
+    EXPECT_EQ(Parsed("$Number%099d$").NumberOf(std::string(99, '0')), 0);
+    EXPECT_EQ(Parsed("$Number%025d$").NumberOf("0000000999999999999999999"), 999999999999999999);
+    EXPECT_FALSE(Parsed("$Number%025d$").NumberOf("0000001000000000000000000").has_value());
+}
+
 TEST(SegmentTemplate, KnowsNamesThatAreNotItsOwn)
 {
     const SegmentTemplate names = Parsed("d-$Number%02d$.m4s");

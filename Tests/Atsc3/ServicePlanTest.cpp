@@ -202,6 +202,7 @@ TEST(ServicePlan, SaysThatNothingIsThere)
               (Lines{"missing seg-1.m4s",
                      "end: Cannot play 's.mpd': none of its caption segments is there; put them where "
                      "the MPD names them"}));
+    EXPECT_EQ(viewer.Told(), Lines()) << "the end says it";
 }
 
 TEST(ServicePlan, GivesUpAServerWithoutSegments)
@@ -210,8 +211,21 @@ TEST(ServicePlan, GivesUpAServerWithoutSegments)
     viewer.Begin(Stored("mediaPresentationDuration=\"PT4000S\""));
     const Lines steps = viewer.ToEnd();
     EXPECT_EQ(steps.size(), 11U);
-    EXPECT_EQ(steps.back(), "end: no seg-10.m4s");
-    EXPECT_EQ(viewer.Told(), Lines{"no seg-1.m4s"});
+    EXPECT_EQ(steps.back(), "end: no seg-1.m4s");
+    EXPECT_EQ(viewer.Told(), Lines());
+}
+
+TEST(ServicePlan, TellsWhatAServerLacksAtTheBeginning)
+{
+    Viewer viewer(false);
+    viewer.There({"seg-3.m4s"}).Begin(Stored("mediaPresentationDuration=\"PT6S\""));
+    EXPECT_EQ(viewer.ToEnd(), (Lines{"missing seg-1.m4s", "missing seg-2.m4s", "fetch seg-3.m4s", "end"}));
+    EXPECT_EQ(viewer.Told(), Lines{kFourthOfFive + "2 in a row were not there" + kAdvice});
+
+    Viewer other(false);
+    other.There({"seg-2.m4s", "seg-3.m4s"}).Begin(Stored("mediaPresentationDuration=\"PT6S\""));
+    EXPECT_EQ(other.ToEnd().size(), 4U);
+    EXPECT_EQ(other.Told(), Lines{"no seg-1.m4s"});
 }
 
 TEST(ServicePlan, CountsWhatAServerLacks)

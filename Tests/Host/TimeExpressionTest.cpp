@@ -404,3 +404,12 @@ TEST(TimeExpression, IsWithinHalfAMillisecondAtBrokenRates)
         }
     }
 }
+
+TEST(TimeExpression, CountsTheSmallestFractionsAtTheSlowestRates)
+{
+    EXPECT_EQ(Parse("0.00000000000000002f", 1e-20), 2000000);
+    EXPECT_EQ(Parse("1.00000000000000002t", 0.5), 2000);
+    const std::string tiny = "0." + std::string(39, '0') + "4t";
+    EXPECT_EQ(Parse(tiny, 1e-40), 4000);
+    EXPECT_EQ(Parse(tiny, 1e-160), kMaximum);
+}

@@ -130,26 +130,11 @@ TEST(Dash, EndsWithAnErrorWhenTheRestIsLost)
 class LiveDash : public testing::Test
 {
 protected:
-    LiveDash()
-    {
-        MakeDash(m_folder.Path("dash"), {"--tracks", "en", "--start-tfdt", "100000000"});
-        m_manifest = Replaced(ReadFile(m_path), "type=\"static\"",
-                              "type=\"dynamic\" availabilityStartTime=\"2024-05-17T08:30:15Z\" "
-                              "minimumUpdatePeriod=\"PT10S\" suggestedPresentationDelay=\"PT20S\"");
-        m_manifest = Replaced(m_manifest, "mediaPresentationDuration=\"PT60.000S\"", "");
-        m_manifest = Replaced(m_manifest, "start=\"PT0S\"", "start=\"PT1H\"");
-        m_manifest = Replaced(m_manifest, "duration=\"10000\" startNumber=\"1\"", "startNumber=\"1\"");
-        m_manifest = Replaced(m_manifest, "/$Number$.m4s\"/>",
-                              "/$Number$.m4s\"><SegmentTimeline><S t=\"100000000\" d=\"10000\" r=\"5\"/>"
-                              "</SegmentTimeline></SegmentTemplate>");
-        m_folder.Write("dash/manifest.mpd", m_manifest);
-    }
-
     static constexpr long long kBase = 1715934615000 + 3600000;
 
     const TemporaryFolder m_folder;
     const std::string m_path = m_folder.Path("dash/manifest.mpd");
-    std::string m_manifest;
+    std::string m_manifest = TTMLTest::MakeLiveDash(m_folder.Path("dash"));
 };
 
 TEST_F(LiveDash, IsLive)

@@ -36,6 +36,25 @@ void MakeDash(const std::string& path, const std::vector<std::string>& options)
     RunScript({"--dash", path}, options);
 }
 
+std::string MakeLiveDash(const std::string& path)
+{
+    MakeDash(path, {"--tracks", "en", "--start-tfdt", "100000000"});
+    std::string manifest = Replaced(ReadFile(path + "/manifest.mpd"), "type=\"static\"",
+                                    "type=\"dynamic\" availabilityStartTime=\"2024-05-17T08:30:15Z\" "
+                                    "minimumUpdatePeriod=\"PT10S\" suggestedPresentationDelay=\"PT20S\"");
+    manifest = Replaced(manifest, "mediaPresentationDuration=\"PT60.000S\"", "");
+    manifest = Replaced(manifest, "start=\"PT0S\"", "start=\"PT1H\"");
+    manifest = Replaced(manifest, "duration=\"10000\" startNumber=\"1\"", "startNumber=\"1\"");
+    manifest = Replaced(manifest, "/$Number$.m4s\"/>",
+                        "/$Number$.m4s\"><SegmentTimeline><S t=\"100000000\" d=\"10000\" r=\"5\"/>"
+                        "</SegmentTimeline></SegmentTemplate>");
+    std::ofstream file(path + "/manifest.mpd", std::ios::binary | std::ios::trunc);
+    file << manifest;
+    file.close();
+    EXPECT_TRUE(file.good()) << path;
+    return manifest;
+}
+
 std::string ReadFile(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);

@@ -13,6 +13,9 @@ std::string SamplePath(const std::string& name);
 void MakeFile(const std::string& path, const std::vector<std::string>& options = {});
 // A DASH presentation made by it in the folder `path`.
 void MakeDash(const std::string& path, const std::vector<std::string>& options = {});
+// A live presentation in the folder `path` with all its segments there, on a timeline that began long ago.
+// Returns its manifest.
+std::string MakeLiveDash(const std::string& path);
 
 std::string ReadFile(const std::string& path);
 // The text with every `from` in it replaced; one must be there.

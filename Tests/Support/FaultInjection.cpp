@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <utility>
 
+#include <pthread.h>
 #include <sched.h>
 
 #include <gtest/gtest.h>
@@ -22,6 +23,7 @@ struct Slot
 
 Slot g_slots[static_cast<std::size_t>(Call::COUNT)];
 thread_local int t_pauseDepth = 0;
+thread_local const char* t_struckName = "";
 
 Slot& SlotOf(Call kind)
 {
@@ -46,6 +48,9 @@ int DefaultError(Call kind)
         return ENOSYS;
     case Call::SEM_POST:
         return EOVERFLOW;
+    case Call::PLATFORM:
+    case Call::PLATFORM_NULL:
+        return -1;
     default:
         return EINVAL;
     }
@@ -62,10 +67,28 @@ FaultInjection::FaultInjection(Call kind, unsigned int first, unsigned int count
     , m_thread(scope == FaultScope::THIS_THREAD ? &t_pauseDepth : nullptr)
     , m_action(std::move(action))
 {
+    Arm();
+}
+
+FaultInjection::FaultInjection(Call kind, unsigned int number, std::string threadName,
+                               std::function<void()> action)
+    : m_kind(kind)
+    , m_first(number)
+    , m_count(1)
+    , m_error(DefaultError(kind))
+    , m_thread(nullptr)
+    , m_threadName(std::move(threadName))
+    , m_action(std::move(action))
+{
+    Arm();
+}
+
+void FaultInjection::Arm()
+{
     FaultInjection* none = nullptr;
-    if (!SlotOf(kind).armed.compare_exchange_strong(none, this)) {
+    if (!SlotOf(m_kind).armed.compare_exchange_strong(none, this)) {
         const FaultPause pause;
-        ADD_FAILURE() << "a fault of kind " << static_cast<int>(kind) << " is already armed";
+        ADD_FAILURE() << "a fault of kind " << static_cast<int>(m_kind) << " is already armed";
     }
 }
 
@@ -88,7 +111,7 @@ unsigned int FaultInjection::Failed() const
     return m_failed.load();
 }
 
-int FaultInjection::Strike(Call kind)
+int FaultInjection::Strike(Call kind, const char* name)
 {
     Slot& slot = SlotOf(kind);
     if (t_pauseDepth != 0 || slot.armed.load() == nullptr) {
@@ -96,15 +119,27 @@ int FaultInjection::Strike(Call kind)
     }
     slot.inside.fetch_add(1);
     FaultInjection* const injection = slot.armed.load();
-    const int error = injection != nullptr ? injection->Meet() : 0;
+    const int error = injection != nullptr ? injection->Meet(name) : 0;
     slot.inside.fetch_sub(1);
     return error;
 }
 
-int FaultInjection::Meet()
+const char* FaultInjection::StruckName()
+{
+    return t_struckName;
+}
+
+int FaultInjection::Meet(const char* name)
 {
     if (m_thread != nullptr && m_thread != &t_pauseDepth) {
         return 0;
+    }
+    if (!m_threadName.empty()) {
+        char own[16] = {};
+        pthread_getname_np(pthread_self(), own, sizeof(own));
+        if (m_threadName != own) {
+            return 0;
+        }
     }
     const unsigned int number = ++m_calls;
     if (number < m_first || number - m_first >= m_count) {
@@ -113,6 +148,7 @@ int FaultInjection::Meet()
     ++m_failed;
     if (m_action) {
         const FaultPause pause;
+        t_struckName = name;
         m_action();
     }
     return m_error;
@@ -126,6 +162,11 @@ FaultPause::FaultPause()
 FaultPause::~FaultPause()
 {
     --t_pauseDepth;
+}
+
+bool FaultPause::IsOn()
+{
+    return t_pauseDepth != 0;
 }
 
 } // namespace TTMLTest

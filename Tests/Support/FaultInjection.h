@@ -4,6 +4,7 @@
 #include <atomic>
 #include <ctime>
 #include <functional>
+#include <string>
 
 namespace TTMLTest {
 
@@ -23,6 +24,8 @@ enum class Call
     SEM_INIT,       // sem_init: ENOSYS
     SEM_POST,       // sem_post: EOVERFLOW, not posted
     SEM_WAIT,       // sem_wait: EINVAL, not waited
+    PLATFORM,       // a call of the scripted platform: it fails
+    PLATFORM_NULL,  // one that creates an object: success, but null
     COUNT
 };
 
@@ -44,6 +47,8 @@ public:
     explicit FaultInjection(Call kind, unsigned int first = 1, unsigned int count = 1,
                             FaultScope scope = FaultScope::THIS_THREAD, int error = 0,
                             std::function<void()> action = {});
+    // The same for one call of the threads with the name.
+    FaultInjection(Call kind, unsigned int number, std::string threadName, std::function<void()> action = {});
     ~FaultInjection();
     FaultInjection(const FaultInjection&) = delete;
     FaultInjection& operator=(const FaultInjection&) = delete;
@@ -52,17 +57,22 @@ public:
     unsigned int Calls() const;
     unsigned int Failed() const;
 
-    // For the replaced calls: the error with which the current call has to fail, or 0.
-    static int Strike(Call kind);
+    // For the replaced calls: the error with which the current call has to fail, or 0. `name` tells calls of
+    // one kind apart.
+    static int Strike(Call kind, const char* name = "");
+    // For actions: the name of the call that fails.
+    static const char* StruckName();
 
 private:
-    int Meet();
+    void Arm();
+    int Meet(const char* name);
 
     const Call m_kind;
     const unsigned int m_first;
     const unsigned int m_count;
     const int m_error;
-    const void* const m_thread; // null for any
+    const void* const m_thread; // null for any, or for those with the name
+    const std::string m_threadName;
     const std::function<void()> m_action;
     std::atomic<unsigned int> m_calls{0};
     std::atomic<unsigned int> m_failed{0};
@@ -76,6 +86,9 @@ public:
     ~FaultPause();
     FaultPause(const FaultPause&) = delete;
     FaultPause& operator=(const FaultPause&) = delete;
+
+    // Whether the current thread is taken out just now.
+    static bool IsOn();
 };
 
 // What the library holds of the system: threads that were created and not joined, semaphores that were

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <condition_variable>
 #include <cstddef>
 #include <mutex>
 #include <set>
@@ -10,17 +11,23 @@
 #include <sched.h>
 #include <semaphore.h>
 
+#include "AllocationCensus.h"
 #include "FaultInjection.h"
+#include "Gate.h"
+#include "WaitProbe.h"
 
 using TTMLTest::Call;
 using TTMLTest::FaultInjection;
 using TTMLTest::FaultPause;
+using TTMLTest::WaitProbe;
 
 // Both names of each call belong to the linker.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 void* __real_calloc(std::size_t count, std::size_t size);
+void __real_free(void* memory);
 void* __real_realloc(void* memory, std::size_t size);
+int __real_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex);
 int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
                                   const timespec* deadline);
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attribute, void* (*routine)(void*),
@@ -36,7 +43,9 @@ int __real_sem_post(sem_t* semaphore);
 int __real_sem_wait(sem_t* semaphore);
 
 void* __wrap_calloc(std::size_t count, std::size_t size);
+void __wrap_free(void* memory);
 void* __wrap_realloc(void* memory, std::size_t size);
+int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex);
 int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
                                   const timespec* deadline);
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attribute, void* (*routine)(void*),
@@ -85,18 +94,80 @@ void* NoMemory(int error)
     return nullptr;
 }
 
+void* Counted(void* memory)
+{
+    TTMLTest::AllocationCensus::Allocated(memory);
+    return memory;
+}
+
+// Waits that are noted while somebody looks for them; guarded by the mutex of the objects.
+struct NotedWaits
+{
+    std::multiset<const pthread_cond_t*> conditions; // as often as there are threads in a wait
+    unsigned int count = 0;
+    std::condition_variable more;
+};
+
+NotedWaits& Waits()
+{
+    static auto* const waits = new NotedWaits;
+    return *waits;
+}
+
+// Notes a wait while one is looked for, and takes it back.
+class WaitNote
+{
+public:
+    explicit WaitNote(const pthread_cond_t* condition)
+        : m_condition(WaitProbe::IsOn() ? condition : nullptr)
+    {
+        if (m_condition != nullptr) {
+            const FaultPause pause;
+            const std::lock_guard<std::mutex> guard(Objects().mutex);
+            Waits().conditions.insert(m_condition);
+            ++Waits().count;
+            Waits().more.notify_all();
+        }
+    }
+    ~WaitNote()
+    {
+        if (m_condition != nullptr) {
+            const FaultPause pause;
+            const std::lock_guard<std::mutex> guard(Objects().mutex);
+            Waits().conditions.erase(Waits().conditions.find(m_condition));
+        }
+    }
+    WaitNote(const WaitNote&) = delete;
+    WaitNote& operator=(const WaitNote&) = delete;
+
+private:
+    const pthread_cond_t* const m_condition;
+};
+
 } // namespace
 
 void* __wrap_calloc(std::size_t count, std::size_t size)
 {
     const int error = FaultInjection::Strike(Call::C_ALLOCATION);
-    return error != 0 ? NoMemory(error) : __real_calloc(count, size);
+    return error != 0 ? NoMemory(error) : Counted(__real_calloc(count, size));
 }
 
 void* __wrap_realloc(void* memory, std::size_t size)
 {
     const int error = FaultInjection::Strike(Call::C_ALLOCATION);
-    return error != 0 ? NoMemory(error) : __real_realloc(memory, size);
+    if (error != 0) {
+        return NoMemory(error);
+    }
+    // Struck off first: once it is freed another thread may be given the address. The library's sizes are
+    // never 0, so that memory that was not given is all that a null says.
+    TTMLTest::AllocationCensus::Freed(memory);
+    return Counted(__real_realloc(memory, size));
+}
+
+void __wrap_free(void* memory)
+{
+    TTMLTest::AllocationCensus::Freed(memory);
+    __real_free(memory);
 }
 
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attribute, void* (*routine)(void*),
@@ -157,7 +228,14 @@ int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mu
         __real_pthread_mutex_lock(mutex);
         return error;
     }
+    const WaitNote note(condition);
     return __real_pthread_cond_timedwait(condition, mutex, deadline);
+}
+
+int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex)
+{
+    const WaitNote note(condition);
+    return __real_pthread_cond_wait(condition, mutex);
 }
 
 int __wrap_sem_init(sem_t* semaphore, int shared, unsigned int value)
@@ -219,6 +297,29 @@ unsigned int ThreadsCreated()
 unsigned int ThreadsJoined()
 {
     return g_threadsJoined.load();
+}
+
+std::atomic<bool> WaitProbe::s_on{false};
+
+bool WaitProbe::HasWait(const pthread_cond_t* condition)
+{
+    const FaultPause pause;
+    const std::lock_guard<std::mutex> guard(Objects().mutex);
+    return Waits().conditions.count(condition) != 0;
+}
+
+unsigned int WaitProbe::Count()
+{
+    const FaultPause pause;
+    const std::lock_guard<std::mutex> guard(Objects().mutex);
+    return Waits().count;
+}
+
+bool WaitProbe::WaitForMore(unsigned int count)
+{
+    const FaultPause pause;
+    std::unique_lock<std::mutex> guard(Objects().mutex);
+    return Waits().more.wait_for(guard, kPatience, [&] { return Waits().count != count; });
 }
 
 timespec LastWaitDeadline()

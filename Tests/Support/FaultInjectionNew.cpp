@@ -4,13 +4,22 @@
 #include <cstdlib>
 #include <new>
 
+#include "AllocationCensus.h"
 #include "FaultInjection.h"
 
 namespace {
 
 void* Allocate(std::size_t size)
 {
-    return std::malloc(size != 0 ? size : 1);
+    void* const memory = std::malloc(size != 0 ? size : 1);
+    TTMLTest::AllocationCensus::Allocated(memory);
+    return memory;
+}
+
+void Free(void* memory)
+{
+    TTMLTest::AllocationCensus::Freed(memory);
+    std::free(memory);
 }
 
 void* AllocateOrThrow(std::size_t size)
@@ -52,30 +61,30 @@ void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept
 
 void operator delete(void* memory) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 
 void operator delete[](void* memory) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 
 void operator delete[](void* memory, std::size_t /*size*/) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 
 void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 
 void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }

@@ -18,6 +18,9 @@ Journal& Journal::Instance()
 
 void Journal::Add(const std::string& service, const std::string& text, const std::string& file)
 {
+    if (!IsKept()) {
+        return;
+    }
     const FaultPause pause;
     const std::lock_guard<std::mutex> guard(m_mutex);
     m_entries.push_back({service, text, ThisThreadName(), file});

@@ -1,6 +1,7 @@
 #ifndef JOURNAL_H
 #define JOURNAL_H
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -38,6 +39,12 @@ public:
 
     void Clear();
 
+    // For runs of any length: nothing is kept any more of what happens, until the next test. Then no lock of
+    // the journal's orders the library's threads either, which would hide races from a sanitizer.
+    void KeepNothing() { m_kept = false; }
+    void KeepAll() { m_kept = true; }
+    bool IsKept() const { return m_kept.load(std::memory_order_relaxed); }
+
 private:
     Journal() = default;
 
@@ -46,6 +53,7 @@ private:
     mutable std::mutex m_mutex;
     mutable std::condition_variable m_changed;
     std::vector<JournalEntry> m_entries;
+    std::atomic<bool> m_kept{true};
 };
 
 // `text` in double quotes, or null.

@@ -173,7 +173,7 @@ PesFault TakeSegment(BitReader& reader, std::vector<std::string>& segments)
     if (!reader.Has(values["segment_length"] * 8)) {
         return PesFault::SHORT_SEGMENT;
     }
-    std::string text = reader.TakeText(values["segment_length"]);
+    std::string text = reader.TakeText(static_cast<std::size_t>(values["segment_length"]));
     if (values["segment_type"] == kCompressed) {
         std::string content;
         if (!ReadGzip(text, content)) {
@@ -230,7 +230,7 @@ bool SkipOptionalFields(BitReader& reader, Values& member, const std::string& by
         if (!reader.Has(size * 8)) {
             return false;
         }
-        reader.TakeText(size);
+        reader.TakeText(static_cast<std::size_t>(size));
     }
     for (const char* const text : {"FNAME", "FCOMMENT"}) {
         if (member[text] != 0 && !reader.SkipZeroTerminated()) {

@@ -76,6 +76,7 @@ void ScriptedAppInfo::Reset()
 int aul_app_get_pkgname_bypid(int pid, char* name, int length)
 {
     using namespace TTMLTest;
+    const int fault = FaultInjection::Strike(Call::PLATFORM, __func__);
     const FaultPause pause;
     const std::string call = "aul_app_get_pkgname_bypid(" +
                              (pid == getpid() ? std::string("own") : std::to_string(pid)) + ", " +
@@ -84,6 +85,9 @@ int aul_app_get_pkgname_bypid(int pid, char* name, int length)
     {
         const std::lock_guard<std::mutex> guard(State().mutex);
         answer = State().package;
+    }
+    if (fault != 0) {
+        answer = {fault, {}};
     }
     if (!answer || name == nullptr || length <= 0) {
         Journal::Instance().Refuse("app info", call + " = -1",
@@ -105,6 +109,7 @@ int aul_app_get_pkgname_bypid(int pid, char* name, int length)
 int system_info_get_custom_bool(const char* key, bool* value)
 {
     using namespace TTMLTest;
+    const int fault = FaultInjection::Strike(Call::PLATFORM, __func__);
     const FaultPause pause;
     const std::string call = "system_info_get_custom_bool(" + Quoted(key) + ")";
     std::optional<Answer<bool>> answer;
@@ -114,6 +119,9 @@ int system_info_get_custom_bool(const char* key, bool* value)
         if (found != State().features.end()) {
             answer = found->second;
         }
+    }
+    if (fault != 0) {
+        answer = {fault, false};
     }
     if (!answer || value == nullptr) {
         Journal::Instance().Refuse("system info", call + " = -1",

@@ -1,5 +1,6 @@
 #include "ScriptedFileManager.h"
 
+#include <atomic>
 #include <cstring>
 #include <deque>
 #include <map>
@@ -25,6 +26,7 @@ struct FileManagerState
 {
     std::mutex mutex;
     std::deque<std::pair<std::string, FetchAnswer>> fetches;
+    std::map<std::string, FetchAnswer> served;
     unsigned int createFailures = 0;
     unsigned int allowedFetchers = 0;
     unsigned int created = 0;
@@ -71,11 +73,12 @@ public:
 
     char* Fetch(const char* url, const char* userAgent, unsigned long* length) override
     {
+        const bool fails = FaultInjection::Strike(Call::PLATFORM, "Fetch") != 0;
         const FaultPause pause;
         std::ostringstream call;
         call << "Fetch(" << Quoted(url) << ", " << Quoted(userAgent) << ", "
              << (length != nullptr ? std::to_string(*length) : "null") << ")";
-        const std::optional<FetchAnswer> answer = NextAnswer(url);
+        const std::optional<FetchAnswer> answer = fails ? FetchAnswer::Failure() : NextAnswer(url);
         if (m_released || !answer || length == nullptr) {
             Refuse(m_name + "." + call.str(), m_released          ? "the fetcher is released"
                                               : length == nullptr ? "no place for the length"
@@ -114,6 +117,8 @@ public:
         Use("SetRequestHeader(" + Quoted(header) + ")");
     }
 
+    bool IsReleased() const { return m_released; }
+
     void Verify() const
     {
         EXPECT_TRUE(m_released) << "fetcher " << m_name << " is not released";
@@ -136,7 +141,8 @@ private:
         const std::lock_guard<std::mutex> guard(State().mutex);
         auto& fetches = State().fetches;
         if (url == nullptr || fetches.empty() || fetches.front().first != url) {
-            return std::nullopt;
+            const auto served = State().served.find(url != nullptr ? url : "");
+            return served != State().served.end() ? std::optional<FetchAnswer>(served->second) : std::nullopt;
         }
         const FetchAnswer answer = fetches.front().second;
         fetches.pop_front();
@@ -144,9 +150,27 @@ private:
     }
 
     const std::string m_name;
-    bool m_released = false;
+    std::atomic<bool> m_released{false};
     std::map<char*, std::unique_ptr<char[]>> m_texts;
 };
+
+// In a run of any length the released ones go before they are too many. The state is locked.
+void ForgetReleased()
+{
+    constexpr std::size_t kMany = 1000;
+    auto& fetchers = State().fetchers;
+    if (Journal::Instance().IsKept() || fetchers.size() < kMany) {
+        return;
+    }
+    for (auto one = fetchers.begin(); one != fetchers.end();) {
+        if ((*one)->IsReleased()) {
+            delete *one;
+            one = fetchers.erase(one);
+        } else {
+            ++one;
+        }
+    }
+}
 
 } // namespace
 
@@ -179,6 +203,12 @@ void ScriptedFileManager::ExpectFetch(const std::string& url, const FetchAnswer&
     ++State().allowedFetchers;
 }
 
+void ScriptedFileManager::Serve(const std::string& url, const FetchAnswer& answer)
+{
+    const std::lock_guard<std::mutex> guard(State().mutex);
+    State().served[url] = answer;
+}
+
 void ScriptedFileManager::ExpectCreateFailure()
 {
     const std::lock_guard<std::mutex> guard(State().mutex);
@@ -201,6 +231,7 @@ void ScriptedFileManager::Reset()
 {
     const std::lock_guard<std::mutex> guard(State().mutex);
     State().fetches.clear();
+    State().served.clear();
     State().createFailures = 0;
     State().allowedFetchers = 0;
     State().created = 0;
@@ -230,16 +261,20 @@ using TTMLTest::FaultPause;
 
 IFileUtil* IFileUtil::Create()
 {
+    const bool fails =
+        TTMLTest::FaultInjection::Strike(TTMLTest::Call::PLATFORM, "IFileUtil::Create") != 0;
     const FaultPause pause;
     std::unique_lock<std::mutex> guard(TTMLTest::State().mutex);
-    if (TTMLTest::State().createFailures != 0) {
-        --TTMLTest::State().createFailures;
+    if (fails || TTMLTest::State().createFailures != 0) {
+        TTMLTest::State().createFailures -= fails ? 0U : 1U;
         guard.unlock();
         TTMLTest::Note("IFileUtil::Create() = null");
         return nullptr;
     }
-    const bool allowed = TTMLTest::State().created < TTMLTest::State().allowedFetchers;
+    const bool allowed =
+        TTMLTest::State().created < TTMLTest::State().allowedFetchers || !TTMLTest::State().served.empty();
     const unsigned int number = ++TTMLTest::State().created;
+    TTMLTest::ForgetReleased();
     auto* const fetcher = new TTMLTest::ScriptedFetcher(number);
     TTMLTest::State().fetchers.insert(fetcher);
     guard.unlock();

@@ -38,6 +38,8 @@ class ScriptedFileManager
 public:
     // The next fetch, whose URL must be this one. Each fetch gives leave for one fetcher.
     static void ExpectFetch(const std::string& url, const FetchAnswer& answer);
+    // Fetches of this URL that are not expected otherwise, however many there are.
+    static void Serve(const std::string& url, const FetchAnswer& answer);
     // The next fetcher cannot be created.
     static void ExpectCreateFailure();
     // The value of a time expression, however often it is asked for.

@@ -15,6 +15,7 @@ int s_semaphores = 0;
 void ScriptedPlatform::Reset()
 {
     Journal::Instance().Clear();
+    Journal::Instance().KeepAll();
     ScriptedLog::Reset();
     ScriptedPlayer::Reset();
     ScriptedFileManager::Reset();

@@ -15,12 +15,18 @@ namespace TTMLTest {
 
 namespace {
 
+struct PlayerAnswers
+{
+    std::deque<PlayerAnswer> next;
+    std::optional<PlayerAnswer> always;
+};
+
 struct PlayerState
 {
     std::mutex mutex;
-    std::deque<PlayerAnswer> positions;
-    std::deque<PlayerAnswer> infos;
-    std::deque<PlayerAnswer> baseTimes;
+    PlayerAnswers positions;
+    PlayerAnswers infos;
+    PlayerAnswers baseTimes;
 };
 
 PlayerState& State()
@@ -29,32 +35,33 @@ PlayerState& State()
     return *state;
 }
 
-void Expect(std::deque<PlayerAnswer>& answers, PlayerAnswer answer, unsigned int times)
+void Expect(PlayerAnswers& answers, PlayerAnswer answer, unsigned int times)
 {
     const std::lock_guard<std::mutex> guard(State().mutex);
-    answers.insert(answers.end(), times, answer);
+    answers.next.insert(answers.next.end(), times, answer);
 }
 
-std::optional<PlayerAnswer> Next(std::deque<PlayerAnswer>& answers)
+std::optional<PlayerAnswer> Next(PlayerAnswers& answers)
 {
     const std::lock_guard<std::mutex> guard(State().mutex);
-    if (answers.empty()) {
-        return std::nullopt;
+    if (answers.next.empty()) {
+        return answers.always;
     }
-    const PlayerAnswer answer = answers.front();
-    answers.pop_front();
+    const PlayerAnswer answer = answers.next.front();
+    answers.next.pop_front();
     return answer;
 }
 
 // Answers one call with the next answer of its kind, after noting it.
 template <class Write>
-int Answer(const std::string& call, player_s* player, const void* output, std::deque<PlayerAnswer>& answers,
-           Write write)
+int Answer(const char* name, const std::string& arguments, player_s* player, const void* output,
+           PlayerAnswers& answers, Write write)
 {
+    const int fault = FaultInjection::Strike(Call::PLATFORM, name);
     const FaultPause pause;
-    const std::optional<PlayerAnswer> answer = Next(answers);
+    const std::optional<PlayerAnswer> answer = fault != 0 ? PlayerAnswer::Error(fault) : Next(answers);
     std::ostringstream text;
-    text << call << " = ";
+    text << name << "(" << arguments << ") = ";
     if (player != ScriptedPlayer::Handle() || output == nullptr || !answer) {
         text << "-1";
         Journal::Instance().Refuse("player", text.str(),
@@ -95,41 +102,48 @@ void ScriptedPlayer::ExpectBaseTime(PlayerAnswer answer, unsigned int times)
     Expect(State().baseTimes, answer, times);
 }
 
+void ScriptedPlayer::AnswerAlways(PlayerAnswer position, PlayerAnswer streamingInfo, PlayerAnswer baseTime)
+{
+    const std::lock_guard<std::mutex> guard(State().mutex);
+    State().positions.always = position;
+    State().infos.always = streamingInfo;
+    State().baseTimes.always = baseTime;
+}
+
 void ScriptedPlayer::Reset()
 {
     const std::lock_guard<std::mutex> guard(State().mutex);
-    State().positions.clear();
-    State().infos.clear();
-    State().baseTimes.clear();
+    State().positions = {};
+    State().infos = {};
+    State().baseTimes = {};
 }
 
 void ScriptedPlayer::Verify()
 {
     const std::lock_guard<std::mutex> guard(State().mutex);
-    EXPECT_EQ(State().positions.size(), 0U) << "positions that nobody asked for";
-    EXPECT_EQ(State().infos.size(), 0U) << "streaming informations that nobody asked for";
-    EXPECT_EQ(State().baseTimes.size(), 0U) << "base times that nobody asked for";
+    EXPECT_EQ(State().positions.next.size(), 0U) << "positions that nobody asked for";
+    EXPECT_EQ(State().infos.next.size(), 0U) << "streaming informations that nobody asked for";
+    EXPECT_EQ(State().baseTimes.next.size(), 0U) << "base times that nobody asked for";
 }
 
 } // namespace TTMLTest
 
 int player_get_play_position_ex(player_s* player, long long* positionMs)
 {
-    return TTMLTest::Answer("player_get_play_position_ex()", player, positionMs, TTMLTest::State().positions,
+    return TTMLTest::Answer(__func__, "", player, positionMs, TTMLTest::State().positions,
                             [&](long long value) { *positionMs = value; });
 }
 
 int player_get_adaptive_streaming_info(player_s* player, void* value, int kind)
 {
     EXPECT_EQ(kind, PLATFORM_PLAYER_STREAMING_INFO_IS_LIVE) << "another kind of information";
-    return TTMLTest::Answer("player_get_adaptive_streaming_info(" + std::to_string(kind) + ")", player, value,
-                            TTMLTest::State().infos, [&](long long answer) {
-                                *static_cast<unsigned char*>(value) = static_cast<unsigned char>(answer);
-                            });
+    return TTMLTest::Answer(
+        __func__, std::to_string(kind), player, value, TTMLTest::State().infos,
+        [&](long long answer) { *static_cast<unsigned char*>(value) = static_cast<unsigned char>(answer); });
 }
 
 int player_get_base_time(player_s* player, long long* baseTimeMs)
 {
-    return TTMLTest::Answer("player_get_base_time()", player, baseTimeMs, TTMLTest::State().baseTimes,
+    return TTMLTest::Answer(__func__, "", player, baseTimeMs, TTMLTest::State().baseTimes,
                             [&](long long value) { *baseTimeMs = value; });
 }

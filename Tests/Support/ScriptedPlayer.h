@@ -32,6 +32,8 @@ public:
     // The answer's value is the one byte that is written.
     static void ExpectStreamingInfo(PlayerAnswer answer, unsigned int times = 1);
     static void ExpectBaseTime(PlayerAnswer answer, unsigned int times = 1);
+    // What calls without an answer of their own answer, however many there are.
+    static void AnswerAlways(PlayerAnswer position, PlayerAnswer streamingInfo, PlayerAnswer baseTime);
 
     static void Reset();
     // Fails the test for answers that were not asked for.

@@ -73,6 +73,7 @@ void Note(const std::string& call, int result, const std::string& refusal)
 
 int Register(RecorderCallback callback, void* userData)
 {
+    const int fault = FaultInjection::Strike(Call::PLATFORM, "svc_pvr_register_signal_cb_in_list");
     const FaultPause pause;
     std::string refusal;
     int result = 0;
@@ -84,7 +85,7 @@ int Register(RecorderCallback callback, void* userData)
         } else if (state.subscription.count != 0 && state.callback != callback) {
             refusal = "another callback than the one registered";
         }
-        result = refusal.empty() ? NextFailure(state.registrationFailures) : -1;
+        result = !refusal.empty() ? -1 : fault != 0 ? fault : NextFailure(state.registrationFailures);
         if (result == 0) {
             state.callback = callback;
             state.subscription.Add("the recorder's signals", userData);
@@ -96,6 +97,7 @@ int Register(RecorderCallback callback, void* userData)
 
 int Unregister(RecorderCallback callback)
 {
+    const int fault = FaultInjection::Strike(Call::PLATFORM, "svc_pvr_unregister_signal_cb_in_list");
     const FaultPause pause;
     std::string refusal;
     int result = 0;
@@ -103,7 +105,7 @@ int Unregister(RecorderCallback callback)
     {
         const std::lock_guard<std::mutex> guard(State().mutex);
         RecorderState& state = State();
-        result = NextFailure(state.removalFailures);
+        result = fault != 0 ? fault : NextFailure(state.removalFailures);
         if (result != 0) {
             state.subscription.givenUp = true;
         } else if (state.subscription.count == 0 || state.callback != callback) {

@@ -84,6 +84,7 @@ void Note(const std::string& text)
 int Get(const char* name, const char* key, int* value, bool isBool)
 {
     RunAction(SettingsCall::GET);
+    const int fault = FaultInjection::Strike(Call::PLATFORM, name);
     const FaultPause pause;
     const std::string call = std::string(name) + "(" + Quoted(key) + ")";
     std::optional<Value> known;
@@ -94,7 +95,7 @@ int Get(const char* name, const char* key, int* value, bool isBool)
         if (found != State().values.end()) {
             known = found->second;
         }
-        result = NextFailure(SettingsCall::GET);
+        result = fault != 0 ? fault : NextFailure(SettingsCall::GET);
     }
     if (!known || value == nullptr) {
         Journal::Instance().Refuse("settings", call + " = -1", "the test said nothing of this key");
@@ -107,19 +108,21 @@ int Get(const char* name, const char* key, int* value, bool isBool)
         *value = *known->value;
     }
     Note(call + " = " + std::to_string(result) + (result == 0 ? ", " + std::to_string(*value) : ""));
+    RunAction(SettingsCall::GET_END);
     return result;
 }
 
 int Set(const char* name, const char* key, int value, bool isBool)
 {
     RunAction(SettingsCall::SET);
+    const int fault = FaultInjection::Strike(Call::PLATFORM, name);
     int result = 0;
     std::string text;
     {
         const FaultPause pause;
         text = key;
         const std::lock_guard<std::mutex> guard(State().mutex);
-        result = NextFailure(SettingsCall::SET);
+        result = fault != 0 ? fault : NextFailure(SettingsCall::SET);
         if (result == 0) {
             State().values[text] = {isBool, isBool ? static_cast<int>(value != 0) : value};
         }
@@ -272,11 +275,12 @@ int vconf_notify_key_changed(const char* key, void (*callback)(_keynode_t* node,
                              void* userData)
 {
     TTMLTest::RunAction(SettingsCall::NOTIFY);
+    const int fault = TTMLTest::FaultInjection::Strike(TTMLTest::Call::PLATFORM, __func__);
     const FaultPause pause;
     int result = 0;
     {
         const std::lock_guard<std::mutex> guard(State().mutex);
-        result = TTMLTest::NextFailure(SettingsCall::NOTIFY);
+        result = fault != 0 ? fault : TTMLTest::NextFailure(SettingsCall::NOTIFY);
         if (result == 0) {
             auto& registration = State().registrations[key];
             EXPECT_TRUE(registration.subscription.count == 0 || registration.callback == callback)
@@ -293,13 +297,14 @@ int vconf_notify_key_changed(const char* key, void (*callback)(_keynode_t* node,
 int vconf_ignore_key_changed(const char* key, void (*callback)(_keynode_t* node, void* userData))
 {
     TTMLTest::RunAction(SettingsCall::IGNORE);
+    const int fault = TTMLTest::FaultInjection::Strike(TTMLTest::Call::PLATFORM, __func__);
     const FaultPause pause;
     int result = 0;
     std::vector<TTMLTest::SharedSubscription::User> ended;
     {
         const std::lock_guard<std::mutex> guard(State().mutex);
         auto& registration = State().registrations[key];
-        result = TTMLTest::NextFailure(SettingsCall::IGNORE);
+        result = fault != 0 ? fault : TTMLTest::NextFailure(SettingsCall::IGNORE);
         if (result != 0) {
             registration.subscription.givenUp = true;
         } else if (registration.subscription.count == 0 || registration.callback != callback) {

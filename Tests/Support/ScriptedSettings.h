@@ -12,6 +12,7 @@ namespace TTMLTest {
 enum class SettingsCall
 {
     GET,
+    GET_END, // for During() alone: a GET has read the value and is about to return
     SET,
     NOTIFY,
     IGNORE

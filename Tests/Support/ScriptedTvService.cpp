@@ -1,5 +1,6 @@
 #include "ScriptedTvService.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -40,6 +41,64 @@ void Run(const Actions& actions, TvCall call)
     }
 }
 
+struct TvCallName
+{
+    TvCall call;
+    const char* name;
+};
+
+// The calls that can fail, by the functions of the boundary.
+constexpr TvCallName kNames[] = {
+    {TvCall::CREATE_SIGNAL_SUBSCRIBER, "CreateSignalSubscriber"},
+    {TvCall::SUBSCRIBE, "Subscribe"},
+    {TvCall::UNSUBSCRIBE, "Unsubscribe"},
+    {TvCall::DESTROY_SIGNAL_SUBSCRIBER, "DestroySignalSubscriber"},
+    {TvCall::CREATE_SERVICE_NAVIGATION, "CreateServiceNavigation"},
+    {TvCall::GET_TV_MODE, "GetTvMode"},
+    {TvCall::GET_CURRENT_SERVICE_INFO, "GetCurrentServiceInfo"},
+    {TvCall::CREATE_SOURCE_CONTROL, "CreateSourceControl"},
+    {TvCall::GET_CURRENT_SOURCE_INFO, "GetCurrentSourceInfo"},
+    {TvCall::CREATE_AV_CONTROL, "CreateAVControl"},
+    {TvCall::GET_PARENTAL_LOCK, "GetParentalLock"},
+    {TvCall::CREATE_RATING_UTIL, "CreateRatingUtil"},
+    {TvCall::GET_RATING, "GetRating"},
+    {TvCall::CREATE_SO_SPEC_APP, "CreateSOSpecApp"},
+    {TvCall::GET_VALUE, "GetValue"},
+    {TvCall::CREATE_DATA_CONTROL, "CreateDataControl"},
+    {TvCall::GET_CURRENT_HYBRID_SBT, "GetCurrentHybridSBT"},
+    {TvCall::GET_STC_COUNT, "GetSTCCount"},
+    {TvCall::GET_CURRENT_CAPTION, "GetCurrentCaption"},
+    {TvCall::SERVICE_DATA_AUX, "ServiceDataAux"},
+    {TvCall::GET_HYBRID_SBT, "GetHybridSBT"},
+    {TvCall::CREATE_ATSC3_DATA_CONTROL, "CreateATSC3DataControl"},
+    {TvCall::GET_MPD_DATA, "GetMpdData"},
+    {TvCall::CREATE_DATA_SUBSCRIBER, "CreateDataSubscriber"},
+    {TvCall::SUBSCRIBE_CAPTION, "SubscribeCaption"},
+    {TvCall::UNSUBSCRIBE_CAPTION, "UnsubscribeCaption"},
+    {TvCall::SUBSCRIBE_PES, "SubscribePES"},
+    {TvCall::UNSUBSCRIBE_PES, "UnsubscribePES"},
+    {TvCall::IS_TVS_TERMINATED, "IsTvsTerminated"},
+};
+
+bool Creates(TvCall call)
+{
+    switch (call) {
+    case TvCall::CREATE_SIGNAL_SUBSCRIBER:
+    case TvCall::CREATE_SERVICE_NAVIGATION:
+    case TvCall::CREATE_SOURCE_CONTROL:
+    case TvCall::CREATE_AV_CONTROL:
+    case TvCall::CREATE_RATING_UTIL:
+    case TvCall::CREATE_SO_SPEC_APP:
+    case TvCall::CREATE_DATA_CONTROL:
+    case TvCall::SERVICE_DATA_AUX:
+    case TvCall::CREATE_ATSC3_DATA_CONTROL:
+    case TvCall::CREATE_DATA_SUBSCRIBER:
+        return true;
+    default:
+        return false;
+    }
+}
+
 // What fails once the TV service has ended.
 bool IsQuery(TvCall call)
 {
@@ -59,6 +118,17 @@ TvObject::TvObject(unsigned int number)
     : m_name("#" + std::to_string(number))
 {}
 
+void ForgetReleasedTvObjects(TvState& state)
+{
+    constexpr std::size_t kMany = 1000;
+    auto& objects = state.objects;
+    if (!Journal::Instance().IsKept() && objects.size() >= kMany) {
+        objects.erase(std::remove_if(objects.begin(), objects.end(),
+                                     [](const auto& object) { return object->IsReleased(); }),
+                      objects.end());
+    }
+}
+
 // Calls.
 
 void TvCallScope::Begin() const
@@ -66,13 +136,35 @@ void TvCallScope::Begin() const
     Run(TheTvState().during, m_call);
 }
 
-void TvCallScope::PickAnswer()
+// What a call that is made to fail answers, or null.
+const TvAnswer* TvCallScope::Strike(TvCall call)
+{
+    static const TvAnswer failure = {std::nullopt, false};
+    static const TvAnswer null = TvAnswer::Null();
+    for (const TvCallName& known : kNames) {
+        if (known.call == call && FaultInjection::Strike(Call::PLATFORM, known.name) != 0) {
+            return &failure;
+        }
+        if (known.call == call && Creates(call) &&
+            FaultInjection::Strike(Call::PLATFORM_NULL, known.name) != 0) {
+            return &null;
+        }
+    }
+    return nullptr;
+}
+
+void TvCallScope::PickAnswer(const TvAnswer* struck)
 {
     TvState& state = TheTvState();
     const std::lock_guard<std::mutex> guard(state.mutex);
     m_scene = state.scene.value_or(TvScene());
     if (!state.scene) {
         m_refusal = "the test shows no scene";
+        m_effect = false;
+        return;
+    }
+    if (struck != nullptr) {
+        m_result = struck->result.value_or(m_result == 0 ? -1 : 0);
         m_effect = false;
         return;
     }
@@ -156,6 +248,7 @@ void ScriptedTvService::Reset()
     state.atEnd.clear();
     state.subscribers.clear();
     state.objects.clear();
+    state.objectCount = 0;
     state.packets.clear();
     state.packetCallback = nullptr;
     state.signalCallback = nullptr;

@@ -33,6 +33,7 @@ struct TvScene
     unsigned long long stc = 0;
 
     std::optional<TCCaption> caption; // without one the question fails the test
+    bool captionProfileTold = true;   // false: the profile in the record that is asked with stays as it is
     std::optional<std::string> mpd;   // the same
 };
 

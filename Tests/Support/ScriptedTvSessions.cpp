@@ -211,7 +211,11 @@ public:
                 call.Refuse("the scene has no caption");
                 return;
             }
+            const unsigned char profileBefore = caption.profile;
             caption = *call.Scene().caption;
+            if (!call.Scene().captionProfileTold) {
+                caption.profile = profileBefore;
+            }
             call.Add(Quoted(caption.id.c_str()));
         });
     }
@@ -284,7 +288,8 @@ public:
     }
 };
 
-// A call that creates a session object. The object is null on failure and on a success without an object.
+// A call that creates a session object. The object is null on failure and on a success without an object;
+// with TvAnswer::Result() it comes beside another result than 0, which a platform should not do.
 template <class Object, class Text, class Interface>
 int Create(TvCall kind, const Text& text, Interface** place)
 {
@@ -293,10 +298,9 @@ int Create(TvCall kind, const Text& text, Interface** place)
         call.Refuse("no place for the object");
         return call.Result();
     }
-    const bool succeeds = call.Result() == 0;
-    Object* const object = succeeds && call.HasEffect() ? NewTvObject<Object>() : nullptr;
+    Object* const object = call.HasEffect() ? NewTvObject<Object>() : nullptr;
     call.Add(object != nullptr ? object->Name() : "null");
-    if (succeeds) {
+    if (object != nullptr || call.Result() == 0) {
         *place = object;
     }
     return call.Result();
@@ -313,7 +317,7 @@ void TCServiceUtility::IsTvsTerminated(bool& terminated)
 {
     using namespace TTMLTest;
     TvCallScope call(TvCall::IS_TVS_TERMINATED, Says("IsTvsTerminated()"), 0);
-    terminated = call.Scene().terminated;
+    terminated = call.Scene().terminated || !call.HasEffect();
     call.SetResult(terminated ? 1 : 0);
 }
 

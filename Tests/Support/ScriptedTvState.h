@@ -62,6 +62,7 @@ struct TvState
     std::map<TvCall, std::shared_ptr<std::function<void()>>> during;
     std::map<TvCall, std::shared_ptr<std::function<void()>>> atEnd;
     std::vector<std::unique_ptr<TvObject>> objects;
+    unsigned int objectCount = 0;
     std::vector<TvSubscriber*> subscribers; // not destroyed yet, the oldest first
     std::map<std::string, SharedSubscription> packets;
     TSPESCallback packetCallback = nullptr;
@@ -85,9 +86,10 @@ public:
         , m_result(usualResult)
     {
         Begin();
+        const TvAnswer* const struck = Strike(m_call);
         m_pause.emplace();
         m_text = text();
-        PickAnswer();
+        PickAnswer(struck);
     }
     ~TvCallScope();
     TvCallScope(const TvCallScope&) = delete;
@@ -106,7 +108,8 @@ public:
 
 private:
     void Begin() const;
-    void PickAnswer();
+    static const TvAnswer* Strike(TvCall call);
+    void PickAnswer(const TvAnswer* struck);
 
     const TvCall m_call;
     std::optional<FaultPause> m_pause; // from the first action to the last
@@ -118,14 +121,17 @@ private:
     std::optional<TvScene> m_scene;
 };
 
+// In a run of any length the released ones go before they are too many. The state is locked.
+void ForgetReleasedTvObjects(TvState& state);
+
 // Makes an object that the library gets.
 template <class Object, class... Arguments>
 Object* NewTvObject(Arguments&&... arguments)
 {
     TvState& state = TheTvState();
     const std::lock_guard<std::mutex> guard(state.mutex);
-    const auto number = static_cast<unsigned int>(state.objects.size() + 1);
-    auto object = std::make_unique<Object>(number, std::forward<Arguments>(arguments)...);
+    ForgetReleasedTvObjects(state);
+    auto object = std::make_unique<Object>(++state.objectCount, std::forward<Arguments>(arguments)...);
     Object* const created = object.get();
     state.objects.push_back(std::move(object));
     return created;

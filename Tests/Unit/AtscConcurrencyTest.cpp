@@ -11,9 +11,44 @@
 
 #include "AtscFixtures.h"
 
+TTML_EXPOSE_FUNCTION(AtscReadMpd, void (TTML::CATSCSource::*)(), TTML::CATSCSource::m_UpdateMpdProperties)
+
 namespace TTMLTest {
 
 namespace {
+
+void SignalNewMpd()
+{
+    TSSignalData mpd = {};
+    mpd.data.l[0] = kMpdIsThere;
+    ScriptedTvService::Signal(kAtsc3Signal, mpd);
+}
+
+// The source thread reading an MPD for a signal: it has the text, and not yet gone on with it.
+class HeldMpdReading
+{
+public:
+    HeldMpdReading()
+    {
+        ScriptedTvService::AtEndOf(TvCall::GET_MPD_DATA, [gates = m_gates] {
+            if (!gates->inside.IsOpen()) {
+                gates->inside.Open();
+                gates->goOn.Wait();
+            }
+        });
+        SignalNewMpd();
+        m_gates->inside.Wait();
+    }
+    void GoOn() const { m_gates->goOn.Open(); }
+
+private:
+    struct SGates
+    {
+        Gate inside{"the source thread has the MPD"};
+        Gate goOn{"the reading may go on"};
+    };
+    const std::shared_ptr<SGates> m_gates = std::make_shared<SGates>();
+};
 
 class AtscConcurrency : public AtscTest
 {
@@ -65,8 +100,6 @@ protected:
 TEST_F(AtscConcurrency, SubscriptionsFromAllThreadsAreMadeAndEndedOnceEach)
 {
     m_source->OnStart();
-    TSSignalData mpd = {};
-    mpd.data.l[0] = kMpdIsThere;
     RunTogether({Repeat(40,
                         [&](int) {
                             m_source->OnShow();
@@ -74,7 +107,7 @@ TEST_F(AtscConcurrency, SubscriptionsFromAllThreadsAreMadeAndEndedOnceEach)
                         }),
                  Repeat(40, [&](int round) { ScriptedTvService::Signal(round % 2 == 0 ? 59 : 60); }),
                  Repeat(40, [&](int round) { ScriptedRecorder::Signal(3, round % 2 == 0 ? 24 : 1); }),
-                 Repeat(40, [&](int) { ScriptedTvService::Signal(kAtsc3Signal, mpd); }),
+                 Repeat(40, [&](int) { SignalNewMpd(); }),
                  Repeat(40, [&](int) { ScriptedSettings::Notice(kBannerKey); }),
                  Repeat(80, [&](int round) { DeliverNumber(round); })});
     ExpectOneAtATime();
@@ -165,6 +198,47 @@ TEST_F(AtscConcurrency, ASubscriptionDuringAnUnsubscriptionHasTheLastWord)
     ExpectOneAtATime();
 }
 
+// A signal has the MPD read on the source thread, where nobody who unsubscribes waits for it.
+TEST_F(AtscConcurrency, AnMpdThatIsJustReadDoesNotOutliveTheSubscription)
+{
+    Start();
+    const HeldMpdReading reading;
+    Unsubscribe();
+    reading.GoOn();
+    Drain(*m_source);
+    EXPECT_EQ(StateOf(*m_source).start, 0);
+    EXPECT_EQ(StateOf(*m_source).delay, 0);
+    SignalNewMpd();
+    Drain(*m_source);
+    EXPECT_EQ(StateOf(*m_source).start, kMpdStart) << "one that is read later counts";
+}
+
+TEST_F(AtscConcurrency, AnMpdThatIsJustReadDoesNotReplaceThatOfTheNextSubscription)
+{
+    Start();
+    const HeldMpdReading reading;
+    ScriptedTvService::Change([](TvScene& scene) {
+        scene.mpd = "availabilityStartTime=\"1970-01-01T00:00:09Z\" suggestedPresentationDelay=\"PT1S\"";
+    });
+    Unsubscribe();
+    Subscribe();
+    reading.GoOn();
+    Drain(*m_source);
+    EXPECT_EQ(StateOf(*m_source).start, 9000);
+    EXPECT_EQ(StateOf(*m_source).delay, 1000);
+}
+
+TEST_F(AtscConcurrency, OfTwoMpdReadingsTheOneThatBeganLastCounts)
+{
+    Start();
+    const HeldMpdReading reading;
+    ScriptedTvService::Answer(TvCall::GET_MPD_DATA, TvAnswer::Failure(0));
+    CallPrivate<AtscReadMpd>(*m_source);
+    reading.GoOn();
+    Drain(*m_source);
+    EXPECT_EQ(StateOf(*m_source).start, 0) << "it found none";
+}
+
 TEST_F(AtscConcurrency, StartsAndStopsFromTwoClientsLeaveNothingBehind)
 {
     RunTogether({Repeat(30, [&](int) { m_source->OnStart(); }), Repeat(30, [&](int) { m_source->OnStop(); }),
@@ -244,14 +318,11 @@ TEST_F(AtscConcurrency, TheClockRunsBesideNewMpds)
     });
     Start();
     ScriptedFileManager::SetTimeOfDay(20000);
-    TSSignalData mpd = {};
-    mpd.data.l[0] = kMpdIsThere;
-    RunTogether(
-        {Repeat(50, [&](int) { ScriptedTvService::Signal(kAtsc3Signal, mpd); }), Repeat(100, [&](int) {
-             long long time = -1;
-             m_source->GetVideoCurrentTime(&time);
-             EXPECT_TRUE(time == 10000 || time == 20000) << time; // while it is read anew
-         })});
+    RunTogether({Repeat(50, [&](int) { SignalNewMpd(); }), Repeat(100, [&](int) {
+                     long long time = -1;
+                     m_source->GetVideoCurrentTime(&time);
+                     EXPECT_TRUE(time == 10000 || time == 20000) << time; // while it is read anew
+                 })});
 }
 
 } // namespace

@@ -173,6 +173,12 @@ TSCaption CaptionOf(const std::string& text, long long referenceTime, long long 
 
 AtscTest::AtscTest()
 {
+    ShowCaptionService();
+    Make();
+}
+
+void AtscTest::ShowCaptionService()
+{
     ScriptedTvService::Change([](TvScene& scene) {
         scene.attributes[SERVICE_ATTRIBUTE_ATSC3] = {1, 0};
         scene.mpd = kMpd;
@@ -184,7 +190,6 @@ AtscTest::AtscTest()
     ScriptedAppInfo::SetFeature(kKoreaKey, false);
     ScriptedAppInfo::SetPackage(kTvPackage);
     ScriptedFileManager::SetTimeOfDay(1000);
-    Make();
 }
 
 void AtscTest::Make()

@@ -77,6 +77,10 @@ TSCaption CaptionOf(const std::string& text, long long referenceTime = 200000000
 // profile 0 and an MPD, captions switched on, a clock that stands still, and UTC for the local time.
 class AtscTest : public BroadcastTest
 {
+public:
+    // Makes the platform of a BroadcastTest that one.
+    static void ShowCaptionService();
+
 protected:
     AtscTest();
 

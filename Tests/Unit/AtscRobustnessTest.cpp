@@ -403,6 +403,25 @@ TEST_F(AtscRobustness, ACaptionInFlightDoesNotMakeTheProfileKnownAgain)
     EXPECT_EQ(StateOf(*m_source).caption.profile, 255);
 }
 
+// The same where the service does not wait for it, as it refuses to end the subscription.
+TEST_F(AtscRobustness, ACaptionThatNobodyWaitsForDoesNotMakeTheProfileKnownAgain)
+{
+    Start();
+    ScriptedTvService::Answer(TvCall::UNSUBSCRIBE_CAPTION, TvAnswer::Failure(0));
+    ScriptedTvService::During(TvCall::GET_CURRENT_CAPTION, [this] {
+        m_inside.Open();
+        m_goOn.Wait();
+    });
+    const TestThread service([] { Deliver(CaptionOf("<tt/>")); });
+    m_inside.Wait();
+    const BlockedThread unsubscriber([&] { Unsubscribe(); });
+    EXPECT_FALSE(unsubscriber.IsDone());
+    m_goOn.Open();
+    unsubscriber.WaitUntilDone();
+    service.WaitUntilDone();
+    EXPECT_EQ(StateOf(*m_source).caption.profile, 255);
+}
+
 TEST_F(AtscRobustness, CaptionsThatTheServiceGoesOnSendingAreNotDelivered)
 {
     Start();

@@ -67,6 +67,11 @@ Texts Together(std::initializer_list<Texts> parts)
 
 BroadcastTest::BroadcastTest()
 {
+    ShowUnlockedService();
+}
+
+void BroadcastTest::ShowUnlockedService()
+{
     ScriptedTvService::Show({});
     ScriptedRecorder::Allow();
     ScriptedSettings::SetBool(kChannelLock, false);

@@ -42,6 +42,10 @@ Texts Together(std::initializer_list<Texts> parts);
 // A platform on which everything goes well: a service that is not locked, with a TTML stream.
 class BroadcastTest : public ::testing::Test
 {
+public:
+    // Sets that platform up.
+    static void ShowUnlockedService();
+
 protected:
     BroadcastTest();
 

@@ -124,6 +124,29 @@ TEST_F(AtscBannerKey, CountsAsClearedWhenItCannotBeRead)
     ScriptedSettings::SetBool(kBannerKey, true);
 }
 
+// One notice has read the key when the next one reads another value and is through first.
+TEST_F(AtscBannerKey, IsWhatTheNoticeThatCameLastHasRead)
+{
+    Gate inside("the first notice has read the key");
+    Gate goOn("the first notice may go on");
+    ScriptedSettings::During(SettingsCall::GET_END, [&] {
+        if (!inside.IsOpen()) {
+            inside.Open();
+            goOn.Wait();
+        }
+    });
+    ScriptedSettings::SetBool(kBannerKey, true);
+    const TestThread first([] { ScriptedSettings::Notice(kBannerKey); });
+    inside.Wait();
+    ScriptedSettings::SetBool(kBannerKey, false);
+    ScriptedSettings::LateNotice(m_source.get());
+    goOn.Open();
+    first.WaitUntilDone();
+    ScriptedSettings::During(SettingsCall::GET_END, nullptr);
+    EXPECT_FALSE(StateOf(*m_source).bannerStatus);
+    EXPECT_EQ(StoryOfCaption(), (Texts{kSets, kGets})) << "or the banner would know of no caption";
+}
+
 TEST_F(AtscBannerKey, NeedsASourceForItsNotices)
 {
     EXPECT_EQ(StoryOf([] { CallPrivateStatic<AtscBannerNotice>(nullptr, nullptr); }),

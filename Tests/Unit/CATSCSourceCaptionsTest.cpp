@@ -326,6 +326,20 @@ TEST_F(AtscCaptions, AreTextWhenTheProfileIsNotTold)
     }
 }
 
+TEST_F(AtscCaptions, OfATrackWhoseProfileIsLeftOutAskForItAgain)
+{
+    Begin(1);
+    ScriptedTvService::Change([](TvScene& scene) { scene.captionProfileTold = false; });
+    Deliver(CaptionOf("<tt/>" + kPng));
+    EXPECT_EQ(LastRecord().dataType, 0);
+    EXPECT_EQ(StateOf(*m_source).caption.profile, 255) << "not taken for text for good";
+    EXPECT_EQ(StateOf(*m_source).caption.id, "cc1");
+    ScriptedTvService::Change([](TvScene& scene) { scene.captionProfileTold = true; });
+    Deliver(CaptionOf("<tt></tt>" + kPng));
+    EXPECT_EQ(LastRecord().dataType, 1);
+    EXPECT_EQ(LastRecord().data, "<tt></tt>");
+}
+
 // Images.
 
 TEST_F(AtscCaptions, OfTheImageProfileAreSplitAtTheImage)

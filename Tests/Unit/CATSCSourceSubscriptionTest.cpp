@@ -182,6 +182,20 @@ TEST_F(AtscSubscription, FailsWithoutASubscriber)
     EXPECT_EQ(StoryOf([&] { Subscribe(); }), SubscribesToCaptions(4)) << "it can be tried again";
 }
 
+// A subscriber that is there is used, and released in the end, whatever came with it.
+TEST_F(AtscSubscription, NeedsNothingButTheSubscriber)
+{
+    for (const int result : {1, -1}) {
+        ScriptedTvService::Answer(TvCall::CREATE_DATA_SUBSCRIBER, TvAnswer::Result(result));
+        Subscribe();
+        EXPECT_TRUE(StateOf(*m_source).subscribed);
+        EXPECT_EQ(ScriptedTvService::CaptionSubscriptions(), 1U);
+        Unsubscribe();
+        EXPECT_EQ(ScriptedTvService::CaptionSubscriptions(), 0U);
+    }
+    EXPECT_EQ(ScriptedLog::CountOf("CreateDataSubscriber is failed!"), 0U);
+}
+
 TEST_F(AtscSubscription, FailsWhenTheServiceRefusesIt)
 {
     int session = 1;

@@ -166,6 +166,10 @@ protected:
         Forget();
     }
 
+    // The record is the signal's number, its data and the source, each where its alignment puts it.
+    static constexpr std::size_t kSourcePlace =
+        (sizeof(std::int32_t) + sizeof(TSSignalData) + alignof(void*) - 1) / alignof(void*) * alignof(void*);
+
     void* m_record = nullptr;
     TTML::SourceCallbackFunc m_handler = nullptr;
 };
@@ -179,7 +183,7 @@ TEST_F(CaughtSignal, IsARecordOfSignalDataAndSource)
     void* source = nullptr;
     std::memcpy(&signal, bytes, sizeof(signal));
     std::memcpy(&data, bytes + 4, sizeof(data));
-    std::memcpy(&source, bytes + 40, sizeof(source));
+    std::memcpy(&source, bytes + kSourcePlace, sizeof(source));
     EXPECT_EQ(signal, 59);
     EXPECT_EQ(data.data.l[0], 42);
     EXPECT_EQ(source, m_source.get());
@@ -209,7 +213,7 @@ TEST_F(CaughtSignal, IsFreedUnhandledWithAnotherCode)
 TEST_F(CaughtSignal, IsFreedWithoutASource)
 {
     ASSERT_NE(m_handler, nullptr);
-    std::memset(static_cast<char*>(m_record) + 40, 0, sizeof(void*));
+    std::memset(static_cast<char*>(m_record) + kSourcePlace, 0, sizeof(void*));
     EXPECT_EQ(StoryOf([&] { m_handler(14, m_record); }), (Texts{"W pBCSource is Null pointer"}));
 }
 

@@ -120,6 +120,13 @@ TEST_F(MpdStartTime, OfANullIsZeroWithoutAWord)
 
 TEST_F(MpdStartTime, IsASumOf32Bits)
 {
+    if (sizeof(std::time_t) == 4) {
+        EXPECT_EQ(Start("2040-01-01T00:00:00Z"), -1000) << "the C library cannot tell a time past 2038";
+        EXPECT_EQ(StartLines(),
+                  (Texts{"W mktime returns -1",
+                         "I Found mpd@ast: 2040-01-01T00:00:00Z => -1.000000000, gmtOffset:0"}));
+        return;
+    }
     // 2040-01-01 is 2208988800 s, which is 2085978496 s below 2^32.
     EXPECT_EQ(Start("2040-01-01T00:00:00Z"), -2085978496000);
     EXPECT_EQ(StartLines(), (Texts{"I Found mpd@ast: 2040-01-01T00:00:00Z => -2085978496.000000000, "

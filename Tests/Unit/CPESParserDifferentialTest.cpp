@@ -35,8 +35,9 @@ public:
 private:
     using Maker = PesBytes (PacketMaker::*)();
 
-    std::uint64_t Below(std::uint64_t bound) { return m_random() % bound; }
-    bool OneIn(std::uint64_t count) { return Below(count) == 0; }
+    std::uint64_t Bits(unsigned int count) { return m_random() % (std::uint64_t{1} << count); }
+    std::size_t Below(std::size_t bound) { return static_cast<std::size_t>(m_random() % bound); }
+    bool OneIn(std::size_t count) { return Below(count) == 0; }
     unsigned char Byte() { return static_cast<unsigned char>(m_random()); }
     std::string Noise(std::size_t size);
     std::string Text();
@@ -150,8 +151,8 @@ std::string PacketMaker::Compressed()
 Pes PacketMaker::Builder()
 {
     Pes pes;
-    pes.Pts(Below(std::uint64_t{1} << 33)).MediaTime(Below(std::uint64_t{1} << 48));
-    for (std::uint64_t left = OneIn(100) ? 255 : 1 + Below(6); left > 0; --left) {
+    pes.Pts(Bits(33)).MediaTime(Bits(48));
+    for (std::size_t left = OneIn(100) ? 255 : 1 + Below(6); left > 0; --left) {
         if (OneIn(2)) {
             pes.Segment(kPlain, Text());
         } else {
@@ -219,7 +220,7 @@ PesBytes PacketMaker::WithUnknownType()
 PesBytes PacketMaker::WithChangedBytes()
 {
     PesBytes bytes = Right();
-    for (std::uint64_t left = 1 + Below(8); left > 0; --left) {
+    for (std::size_t left = 1 + Below(8); left > 0; --left) {
         bytes[Place(bytes)] = Byte();
     }
     return bytes;
@@ -228,7 +229,7 @@ PesBytes PacketMaker::WithChangedBytes()
 PesBytes PacketMaker::WithChangedBits()
 {
     PesBytes bytes = Right();
-    for (std::uint64_t left = 1 + Below(3); left > 0; --left) {
+    for (std::size_t left = 1 + Below(3); left > 0; --left) {
         bytes[Place(bytes)] ^= static_cast<unsigned char>(1U << Below(8));
     }
     return bytes;

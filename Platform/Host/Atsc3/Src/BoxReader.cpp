@@ -31,6 +31,7 @@ std::optional<Box> BoxReader::Next()
         box.header = kLargeHeader;
     } else if (size == kSizeToTheEnd) {
         size = left;
+        box.open = true;
     }
     if (size < box.header || left < box.header) {
         m_broken = true;

@@ -18,6 +18,7 @@ struct Box
     std::size_t offset = 0; // of the box in what it is read from
     std::size_t header = 0; // bytes before the body
     bool cut = false;       // it says that it is longer than what it is in
+    bool open = false;      // it says that it goes on to the end of the file
 };
 
 // Reads the boxes of a text of bytes one after another. A size that cannot be ends the walk.

@@ -62,6 +62,7 @@ void CaptionFeed::Tune(std::int64_t nowNs)
     m_plan.Begin(m_mpd, nowNs);
     m_timeline.emplace(*m_mpd, m_receiver);
     m_clock.emplace(m_plan.Pace(), m_speed);
+    m_noBeginning.clear();
     m_overNs = nowNs;
 }
 
@@ -89,10 +90,24 @@ FeedStep CaptionFeed::Next(std::int64_t nowNs)
         result.untilNs = step.untilNs;
         break;
     case PlanStep::Kind::End:
-        result.kind = FeedStep::Kind::End;
-        result.error = step.error;
-        result.untilNs = m_overNs;
-        break;
+        return End(step.error);
+    }
+    return result;
+}
+
+FeedStep CaptionFeed::End(std::string error)
+{
+    FeedStep result;
+    result.kind = FeedStep::Kind::End;
+    result.error = std::move(error);
+    result.untilNs = m_overNs;
+    if (!m_noBeginning.empty()) {
+        if (result.error.empty()) {
+            result.warnings.push_back(std::exchange(m_noBeginning, {}));
+        } else {
+            // This is why nothing came.
+            result.error = std::exchange(m_noBeginning, {});
+        }
     }
     return result;
 }
@@ -157,13 +172,6 @@ StoredFile CaptionFeed::FetchInitialization(const CaptionSet& set)
     return file;
 }
 
-// The segment, with the reader ready for it.
-StoredFile CaptionFeed::FetchWithInitialization(const PlanStep& step)
-{
-    StoredFile file = FetchInitialization(*step.set);
-    return file.kind == StoredFile::Kind::Fetched ? m_store->Fetch(*step.set, step.segment.reference) : file;
-}
-
 FeedStep CaptionFeed::NotThere(const std::string& line, std::int64_t nowNs)
 {
     FeedStep result;
@@ -174,16 +182,32 @@ FeedStep CaptionFeed::NotThere(const std::string& line, std::int64_t nowNs)
     return result;
 }
 
+// The segments of a stored service all fail for the same reason then, which is told once, by the end at the
+// latest.
+FeedStep CaptionFeed::NotInitialized(const std::string& line, std::int64_t nowNs)
+{
+    FeedStep result = NotThere(line, nowNs);
+    if (m_plan.Pace() != ServicePace::Live) {
+        m_noBeginning = line;
+        result.warnings.clear();
+    }
+    return result;
+}
+
 FeedStep CaptionFeed::Fetch(const PlanStep& step, std::int64_t nowNs)
 {
-    const StoredFile file = FetchWithInitialization(step);
+    StoredFile file = FetchInitialization(*step.set);
+    const bool isReady = file.kind == StoredFile::Kind::Fetched;
+    if (isReady) {
+        file = m_store->Fetch(*step.set, step.segment.reference);
+    }
     if (file.kind == StoredFile::Kind::Interrupted) {
         FeedStep result;
         result.kind = FeedStep::Kind::Interrupted;
         return result;
     }
     if (file.kind != StoredFile::Kind::Fetched) {
-        return NotThere(file.error, nowNs);
+        return isReady ? NotThere(file.error, nowNs) : NotInitialized(file.error, nowNs);
     }
     SegmentContent content = m_reader.Read(file.bytes, m_store->PlaceOf(*step.set, step.segment.reference));
     if (content.endsEarly && m_plan.MayStillCome(nowNs)) {
@@ -191,8 +215,12 @@ FeedStep CaptionFeed::Fetch(const PlanStep& step, std::int64_t nowNs)
         return NotThere(content.warnings.front(), nowNs);
     }
     FeedStep result;
+    const std::string noBeginning = std::exchange(m_noBeginning, {});
+    if (!noBeginning.empty()) {
+        result.warnings.push_back(noBeginning);
+    }
     std::string told = m_plan.Fetched();
-    if (!told.empty()) {
+    if (!told.empty() && told != noBeginning) {
         result.warnings.push_back(std::move(told));
     }
     for (std::string& warning : content.warnings) {

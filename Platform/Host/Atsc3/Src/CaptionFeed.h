@@ -76,8 +76,9 @@ private:
     FeedStep Reload(std::int64_t nowNs);
     FeedStep Fetch(const PlanStep& step, std::int64_t nowNs);
     StoredFile FetchInitialization(const CaptionSet& set);
-    StoredFile FetchWithInitialization(const PlanStep& step);
     FeedStep NotThere(const std::string& line, std::int64_t nowNs);
+    FeedStep NotInitialized(const std::string& line, std::int64_t nowNs);
+    FeedStep End(std::string error);
     void AddCaption(const PlanStep& step, CaptionSample sample, std::int64_t nowNs, FeedStep* result);
 
     SegmentStore* const m_store;
@@ -94,6 +95,7 @@ private:
     std::optional<DeliveryClock> m_clock;
     SegmentReader m_reader;
     std::optional<std::string> m_initialized; // place of the initialization that the reader has
+    std::string m_noBeginning;                // why the reader is not ready; to be told yet
     bool m_reloadFailed = false;
     std::int64_t m_overNs = 0; // when the newest caption's segment is over
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <initializer_list>
+#include <new>
 #include <utility>
 
 #include <pugixml.hpp>
@@ -32,6 +33,28 @@ std::string AttributeOf(std::initializer_list<pugi::xml_node> nodes, const char*
     return std::string();
 }
 
+// What an element has itself, and not in its children of this name: there may be very many, and what is
+// looked for beside each of them must not be looked for among all the others.
+class OwnPart
+{
+public:
+    OwnPart(const pugi::xml_node& node, const char* withoutName)
+        : m_node(m_document.append_child(node.name()))
+    {
+        for (const pugi::xml_node& child : node.children()) {
+            if (!IsElement(child, withoutName) && !m_node.append_copy(child)) {
+                throw std::bad_alloc();
+            }
+        }
+    }
+
+    const pugi::xml_node& Node() const { return m_node; }
+
+private:
+    pugi::xml_document m_document;
+    pugi::xml_node m_node;
+};
+
 // Reads the periods of one MPD.
 class PeriodReader
 {
@@ -44,6 +67,7 @@ public:
     void Read(const pugi::xml_node& root)
     {
         const std::vector<pugi::xml_node> nodes = ChildElements(root, "Period");
+        const OwnPart own(root, "Period");
         std::optional<std::int64_t> previousEndMs = 0;
         for (std::size_t i = 0; i < nodes.size(); ++i) {
             const auto startMs = DurationAttribute(nodes[i], "start");
@@ -55,7 +79,7 @@ public:
             period.startMs = startMs.value_or(previousEndMs.value_or(0));
             period.endMs = EndOf(nodes, i, period.startMs);
             previousEndMs = period.endMs;
-            ReadSets(root, nodes[i], &period);
+            ReadSets(own.Node(), nodes[i], &period);
             m_mpd->periods.push_back(std::move(period));
         }
         std::stable_sort(m_mpd->periods.begin(), m_mpd->periods.end(),
@@ -85,6 +109,7 @@ private:
 
     void ReadSets(const pugi::xml_node& root, const pugi::xml_node& periodNode, MpdPeriod* period)
     {
+        const OwnPart own(periodNode, "AdaptationSet");
         for (const pugi::xml_node& set : ChildElements(periodNode, "AdaptationSet")) {
             for (const pugi::xml_node& representation : ChildElements(set, "Representation")) {
                 CaptionSet captions;
@@ -92,12 +117,12 @@ private:
                     continue;
                 }
                 std::string why;
-                if (!ReadSegmentAddressing(periodNode, set, representation, &captions.segments, &why)) {
+                if (!ReadSegmentAddressing(own.Node(), set, representation, &captions.segments, &why)) {
                     Warn(set, representation, why);
                     continue;
                 }
                 Describe(set, representation, &captions);
-                AddBases({root, periodNode, set, representation}, &captions);
+                AddBases({root, own.Node(), set, representation}, &captions);
                 period->captions.push_back(std::move(captions));
                 break;
             }

@@ -42,6 +42,12 @@ bool IsTtmlTrack(std::string_view track)
            FindBox(descriptions->body.substr(kBeforeEntries), kTtmlEntry).has_value();
 }
 
+// Only a box that is in no other one may go on to the end of the file.
+bool CannotBeInside(const Box& box)
+{
+    return box.cut || box.open;
+}
+
 // Behind version and flags and the two dates, which are longer in version 1.
 std::uint64_t FieldBehindDates(std::string_view header)
 {
@@ -70,7 +76,7 @@ public:
         m_dataAt = std::nullopt;
         BoxReader boxes(fragment.body);
         while (const std::optional<Box> box = boxes.Next()) {
-            m_damaged = m_damaged || box->cut;
+            m_damaged = m_damaged || CannotBeInside(*box);
             if (box->type == "traf") {
                 ReadTrackFragment(box->body);
             }
@@ -112,7 +118,7 @@ private:
         m_found = true;
         BoxReader boxes(body);
         while (const std::optional<Box> box = boxes.Next()) {
-            m_damaged = m_damaged || box->cut;
+            m_damaged = m_damaged || CannotBeInside(*box);
             if (box->type == "trun") {
                 ReadRun(box->body, defaults);
             }
@@ -151,7 +157,9 @@ private:
             const std::uint64_t size = (flags & kSampleSize) != 0 ? fields.Take(4) : defaults.size;
             fields.Skip((flags & kSampleFlags) != 0 ? 4 : 0);
             const auto offset = static_cast<std::int32_t>((flags & kSampleOffset) != 0 ? fields.Take(4) : 0);
-            if (fields.Short() || ++m_samples > kMostSamples) {
+            // What takes neither time nor room is no sample, and there can be any number of it.
+            const bool isNothing = duration == 0 && size == 0;
+            if (fields.Short() || isNothing || ++m_samples > kMostSamples) {
                 m_damaged = true;
                 return;
             }

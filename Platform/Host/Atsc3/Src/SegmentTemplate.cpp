@@ -139,13 +139,16 @@ std::optional<std::int64_t> SegmentTemplate::NumberOf(const std::string& name) c
     while (end < name.size() && IsDigit(name[end])) {
         ++end;
     }
-    // The text behind the number may begin with digits, too: the longest number that gives this name.
+    // The text behind the number may begin with digits, too: the longest number that gives this name. The
+    // zeros before a number are as many as its width wants.
+    const std::size_t first = std::min(name.find_first_not_of('0', begin), end);
     for (; end > begin; --end) {
         std::int64_t number = 0;
-        for (std::size_t at = begin; at < end && end - begin <= kMostDigits; ++at) {
+        const bool isRead = end < first + kMostDigits + 1;
+        for (std::size_t at = first; isRead && at < end; ++at) {
             number = number * 10 + (name[at] - '0');
         }
-        if (end - begin <= kMostDigits && Fill(number, 0) == name) {
+        if (isRead && Fill(number, 0) == name) {
             return number;
         }
     }

@@ -46,6 +46,8 @@ void ServicePlan::Begin(std::shared_ptr<const Mpd> mpd, std::int64_t nowNs)
     m_anchorNs = MsToNs(m_mpd->availabilityStartMs);
     m_fetched = 0;
     m_missing = 0;
+    m_firstMissing.clear();
+    m_firstReason.clear();
     m_endError.clear();
     Reloaded(nowNs);
     ChoosePace(nowNs);
@@ -289,7 +291,9 @@ PlanStep ServicePlan::AtEndOfAll(std::int64_t nowNs)
     PlanStep step;
     step.kind = PlanStep::Kind::End;
     step.error = m_endError;
-    if (step.error.empty() && m_fetched == 0) {
+    if (m_fetched == 0 && !m_firstReason.empty()) {
+        step.error = m_firstReason;
+    } else if (step.error.empty() && m_fetched == 0) {
         step.error = DescribeInputFailure("play", m_input, "none of its caption segments is there",
                                           "put them where the MPD names them");
     }
@@ -307,10 +311,10 @@ void ServicePlan::Skip()
 
 std::string ServicePlan::Fetched()
 {
-    std::string line;
+    std::string line = std::exchange(m_firstMissing, {});
     if (m_missing > (m_pace == ServicePace::Recorded ? 0 : 1)) {
-        line = DescribeInputFailure(kFinding, m_input, std::to_string(m_missing) + " in a row were not there",
-                                    kFindingAdvice);
+        const std::string why = m_missing == 1 ? "1 was" : std::to_string(m_missing) + " in a row were";
+        line = DescribeInputFailure(kFinding, m_input, why + " not there", kFindingAdvice);
     }
     ++m_fetched;
     m_missing = 0;
@@ -339,7 +343,16 @@ std::string ServicePlan::Missing(std::int64_t nowNs, const std::string& line)
         Skip();
         return m_missing++ == 0 ? line : std::string();
     }
-    return MissingForGood(*segment, line);
+    std::string told = MissingForGood(*segment, line);
+    if (m_fetched == 0) {
+        // It may be all that there is to say at the end.
+        if (m_firstMissing.empty()) {
+            m_firstMissing = std::move(told);
+            m_firstReason = m_isListed ? std::string() : line;
+        }
+        return std::string();
+    }
+    return told;
 }
 
 // A segment of a service to which nothing is added any more.

@@ -119,6 +119,8 @@ private:
 
     std::int64_t m_fetched = 0;
     std::int64_t m_missing = 0; // in a row
+    std::string m_firstMissing; // what is to be told of those before the first one that is there
+    std::string m_firstReason;  // why the first of them is not, where nobody can tell which are
     std::string m_endError;
 };
 

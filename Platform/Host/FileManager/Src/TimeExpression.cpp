@@ -130,8 +130,12 @@ std::uint64_t CountsToMs(std::string_view whole, std::string_view fraction, doub
     for (const char c : whole) {
         counts = counts * 10.0 + (c - '0');
     }
-    constexpr std::uint64_t kScale = 1000000000000000; // more digits than the result can show
-    counts += static_cast<double>(FractionTimes(fraction, kScale)) / static_cast<double>(kScale);
+    // From the last digit on, so that however small it is it still counts at a rate that is as small.
+    double behindPoint = 0.0;
+    for (auto c = fraction.rbegin(); c != fraction.rend(); ++c) {
+        behindPoint = (behindPoint + (*c - '0')) / 10.0;
+    }
+    counts += behindPoint;
     const double ms = std::floor(counts / rate * static_cast<double>(kMsPerSecond) + 0.5);
     return ms >= static_cast<double>(kMaximum) ? kMaximum : static_cast<std::uint64_t>(ms);
 }

@@ -84,12 +84,11 @@ void SectionReader::Push(const unsigned char* packet, ByteSpan payload, bool uni
     if (payload.size == 0 || (unitStart && std::size_t{1} + payload.data[0] > payload.size)) {
         return;
     }
-    // It does not write to the packet.
-    dvbpsi_packet_push(m_handle.get(), const_cast<unsigned char*>(packet));
-
+    if (!IsRepeat(payload, unitStart)) {
+        Read(packet, payload, unitStart);
+    }
     // The handler is called from here, not from C code, and may throw.
-    const std::unique_ptr<dvbpsi_psi_section_s, Delete> complete = std::move(m_complete);
-    for (const dvbpsi_psi_section_t* one = complete.get(); one != nullptr; one = one->p_next) {
+    for (const dvbpsi_psi_section_t* one = m_complete.get(); one != nullptr; one = one->p_next) {
         if (!one->b_syntax_indicator || one->p_payload_end < one->p_payload_start) {
             continue;
         }
@@ -103,6 +102,35 @@ void SectionReader::Push(const unsigned char* packet, ByteSpan payload, bool uni
         section.payload = {one->p_payload_start,
                            static_cast<std::size_t>(one->p_payload_end - one->p_payload_start)};
         handler(section);
+    }
+}
+
+bool SectionReader::IsBetweenSections() const
+{
+    return m_handle->p_decoder->p_current_section == nullptr;
+}
+
+// Tables are sent many times a second, and seldom say anything new. Most fit one packet, in which they begin
+// and end: what libdvbpsi made of it holds for the next one like it, whatever its counter says. As no section
+// is under way then, the gap that libdvbpsi sees in the counters later makes it throw nothing away.
+bool SectionReader::IsRepeat(ByteSpan payload, bool unitStart) const
+{
+    return unitStart && m_wholeSize == payload.size &&
+           std::memcmp(m_whole.data(), payload.data, payload.size) == 0;
+}
+
+void SectionReader::Read(const unsigned char* packet, ByteSpan payload, bool unitStart)
+{
+    const std::uint64_t badBefore = m_badSections;
+    const bool beginsAnew = IsBetweenSections() && unitStart;
+    m_complete.reset();
+    m_wholeSize = 0;
+    // It does not write to the packet.
+    dvbpsi_packet_push(m_handle.get(), const_cast<unsigned char*>(packet));
+    if (beginsAnew && IsBetweenSections() && m_complete != nullptr && m_badSections == badBefore &&
+        payload.size <= m_whole.size()) {
+        std::memcpy(m_whole.data(), payload.data, payload.size);
+        m_wholeSize = payload.size;
     }
 }
 

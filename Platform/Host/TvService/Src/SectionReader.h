@@ -1,6 +1,7 @@
 #ifndef SECTION_READER_H
 #define SECTION_READER_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -40,13 +41,15 @@ public:
     SectionReader& operator=(const SectionReader&) = delete;
 
     // A packet with a payload that lies within it, no repetition. A gap before it shows in its counter. Calls
-    // the handler for each section that ends in it.
+    // the handler for each section that ends in it, also where the packet before said the same.
     void Push(const unsigned char* packet, ByteSpan payload, bool unitStart, const Handler& handler);
 
     // Sections with a wrong CRC_32.
     std::uint64_t BadSections() const { return m_badSections; }
 
 private:
+    static constexpr std::size_t kLongestPayload = 184;
+
     struct Callbacks;
     struct Detach
     {
@@ -57,9 +60,16 @@ private:
         void operator()(dvbpsi_psi_section_s* sections) const;
     };
 
+    bool IsBetweenSections() const;
+    bool IsRepeat(ByteSpan payload, bool unitStart) const;
+    void Read(const unsigned char* packet, ByteSpan payload, bool unitStart);
+
     std::unique_ptr<dvbpsi_s, Detach> m_handle;
-    std::unique_ptr<dvbpsi_psi_section_s, Delete> m_complete; // of the packet being pushed, a chain
+    std::unique_ptr<dvbpsi_psi_section_s, Delete> m_complete; // of the last packet, a chain
     std::uint64_t m_badSections = 0;
+    // The last packet's payload if m_complete is all that it says, else nothing.
+    std::array<unsigned char, kLongestPayload> m_whole{};
+    std::size_t m_wholeSize = 0;
 };
 
 // Whether the last four bytes are the CRC_32 of those before them (ISO/IEC 13818-1 annex A).
