@@ -18,7 +18,7 @@ protected:
               std::string* error) const override;
     SourcePtr CreateSource(const std::string& userAgent) const override;
     std::string WhyNothingCame(const TTMLHost::TvStatistics& statistics) const override;
-    std::string WhyNothingArrived(const TTMLHost::TvStatistics& statistics) const override;
+    std::string WhyNothingArrived(const TTMLHost::TvStatistics& statistics, bool tuned) const override;
 
 private:
     TTMLHost::TvAtsc3Options m_tv; // but for the speed

@@ -43,8 +43,9 @@ protected:
     virtual SourcePtr CreateSource(const std::string& userAgent) const = 0;
     // Why a run whose input is over delivered nothing; empty when that has been said.
     virtual std::string WhyNothingCame(const TTMLHost::TvStatistics& statistics) const = 0;
-    // Why a run whose time is up got nothing of its input; empty when the time may just have been too short.
-    virtual std::string WhyNothingArrived(const TTMLHost::TvStatistics& statistics) const = 0;
+    // Why a run whose time is up got nothing of its input, where a service may have been tuned to; empty when
+    // the time may just have been too short.
+    virtual std::string WhyNothingArrived(const TTMLHost::TvStatistics& statistics, bool tuned) const = 0;
 
 private:
     // What takes part in a run.

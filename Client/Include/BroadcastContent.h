@@ -36,6 +36,8 @@ public:
 
     // Why the input ended; empty when it came to its regular end or has not ended.
     std::string InputError() const;
+    // Whether a tune has succeeded.
+    bool Tuned() const;
     // Whether the service has complained of its input or of a tune.
     bool Complained() const;
 

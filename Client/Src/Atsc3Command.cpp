@@ -118,11 +118,14 @@ std::string Atsc3Command::WhyNothingCame(const TTMLHost::TvStatistics& statistic
     return reason.empty() ? "no caption came; play more of the service, or choose another language" : reason;
 }
 
-std::string Atsc3Command::WhyNothingArrived(const TTMLHost::TvStatistics& statistics) const
+std::string Atsc3Command::WhyNothingArrived(const TTMLHost::TvStatistics& statistics, bool tuned) const
 {
-    const std::string reason = statistics.captionsDelivered > 0 ? std::string() : WhyNotReceiving();
+    if (statistics.captionsDelivered > 0) {
+        return {};
+    }
+    const std::string reason = tuned ? WhyNotReceiving() : "check the address and the server";
     return reason.empty() ? reason
-                          : "nothing came from " + InputName(m_tv.input) + " within --duration: " + reason;
+                          : "nothing came from " + InputName(m_tv.input) + " within --duration; " + reason;
 }
 
 } // namespace TTMLClient

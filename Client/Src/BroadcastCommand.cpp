@@ -189,7 +189,7 @@ std::string BroadcastCommand::Complaint(const Session& session, const Stage& sta
     const TTMLHost::TvStatistics statistics = TTMLHost::TvGetStatistics();
     // A complaint says better than this why nothing arrived.
     if (control.Reason() == StopReason::TimeUp && !stage.content.Complained()) {
-        return WhyNothingArrived(statistics);
+        return WhyNothingArrived(statistics, stage.content.Tuned());
     }
     if (control.Reason() == StopReason::InputOver && session.Delivered() == 0) {
         const std::string reason = WhyNothingCame(statistics);

@@ -57,6 +57,12 @@ std::string BroadcastContent::InputError() const
     return m_inputError;
 }
 
+bool BroadcastContent::Tuned() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_tunedOnce;
+}
+
 bool BroadcastContent::Complained() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

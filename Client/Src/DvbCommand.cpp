@@ -73,7 +73,7 @@ std::string DvbCommand::WhyNothingCame(const TTMLHost::TvStatistics& statistics)
     return "no TTML PES packet came; play more of the stream, or choose another service or language";
 }
 
-std::string DvbCommand::WhyNothingArrived(const TTMLHost::TvStatistics& statistics) const
+std::string DvbCommand::WhyNothingArrived(const TTMLHost::TvStatistics& statistics, bool /*tuned*/) const
 {
     if (statistics.packets > 0) {
         return {};

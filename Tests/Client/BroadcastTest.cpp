@@ -301,6 +301,15 @@ TEST(BroadcastContent, TakesASuccessWithoutAStartForThatOfAnEarlierTune)
     EXPECT_EQ(calls, (Calls{"tuned"}));
 }
 
+TEST(BroadcastContent, KnowsWhetherATuneHasSucceeded)
+{
+    BroadcastContent content(nullptr, nullptr);
+    content.OnSignal(SIGNAL_TUNE_START);
+    EXPECT_FALSE(content.Tuned());
+    content.OnSignal(SIGNAL_TUNE_SUCCESS);
+    EXPECT_TRUE(content.Tuned());
+}
+
 TEST(BroadcastContent, ForgetsAFailedTuneWithTheNext)
 {
     BroadcastContent content(nullptr, nullptr);

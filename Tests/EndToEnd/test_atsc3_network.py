@@ -127,6 +127,12 @@ class OverHttp(Network):
                 rest = run.interrupt()
             self.assertEqual((rest.status, rest.codes, rest.complaints), (0, END[1:], []), path)
 
+    def test_a_server_that_never_answers_is_told_when_the_time_is_up(self):
+        run = self.play(self.server.url("/stall/before"), "--duration", "300ms")
+        self.assert_lines(run, "nothing came from '{}/stall/before' within --duration; check the address and the "
+                               "server")
+        self.assertEqual(run.status, 1)
+
     def test_a_stalled_segment_is_left_when_interrupted(self):
         mpd = MPD.replace("$RepresentationID$-$Number$.m4s", self.server.url("/stall/body") + "?$Number$")
         with Live(self, self.serve({}, mpd)) as run:
