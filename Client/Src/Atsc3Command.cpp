@@ -123,9 +123,12 @@ std::string Atsc3Command::WhyNothingArrived(const TTMLHost::TvStatistics& statis
     if (statistics.captionsDelivered > 0) {
         return {};
     }
-    const std::string reason = tuned ? WhyNotReceiving() : "check the address and the server";
-    return reason.empty() ? reason
-                          : "nothing came from " + InputName(m_tv.input) + " within --duration; " + reason;
+    const std::string nothing = "nothing came from " + InputName(m_tv.input) + " within --duration";
+    if (!tuned) {
+        return nothing + "; check the address and the server";
+    }
+    const std::string reason = WhyNotReceiving();
+    return reason.empty() ? reason : nothing + ": " + reason;
 }
 
 } // namespace TTMLClient

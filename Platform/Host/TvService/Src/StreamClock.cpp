@@ -9,7 +9,6 @@ namespace {
 
 constexpr std::int64_t kSecond27MHz = 27000000;
 constexpr double k27MHzPerNs = 0.027;
-constexpr std::uint64_t k27MHzPer90kHz = 300;
 // References come late by what a network or a busy machine takes; an eighth of that moves the clock, so that
 // it neither shakes with them nor strays.
 constexpr std::int64_t kFollowedShare = 8;

@@ -9,6 +9,8 @@ namespace TTMLHost {
 // One turn of a program clock reference, at 27 MHz (ISO/IEC 13818-1).
 constexpr std::uint64_t kPcrTurn = (std::uint64_t{1} << 33) * 300;
 
+constexpr std::uint64_t k27MHzPer90kHz = 300;
+
 // From one clock reference to another, the short way round, at 27 MHz.
 std::int64_t PcrDifference(std::uint64_t from, std::uint64_t to);
 

@@ -60,8 +60,8 @@ void Tuner::Start()
     if (m_started) {
         return;
     }
-    // Under the lock, so that signals come in the order of what they tell. The call only queues. Whoever has seen
-    // the signal finds the request made.
+    // Under the lock, so that signals come in the order of what they tell. The call only queues. Whoever has
+    // seen the signal finds the request made.
     m_started = true;
     m_requested = true;
     m_output->Raise(SIGNAL_TUNE_START);
@@ -434,7 +434,7 @@ void Tuner::CompleteTune(int pcrPid, std::uint64_t pcr27MHz)
         // the first packet finds its subscriber.
         m_output->AwaitSignals();
         const std::int64_t nowNs = NowNs();
-        m_clock.OnPcr(pcr27MHz, nowNs, true);
+        m_clock.BeginAgain(pcr27MHz, nowNs);
         (void)m_pacer.DueNs(pcr27MHz, nowNs, true);
     }
 }
