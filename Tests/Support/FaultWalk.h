@@ -1,50 +1,28 @@
 #ifndef FAULT_WALK_H
 #define FAULT_WALK_H
 
-#include <functional>
 #include <string>
-#include <vector>
+
+#include <gtest/gtest.h>
 
 #include "FaultInjection.h"
 
 namespace TTMLTest {
 
 // Calls `attempt` with 1, 2, ... until it answers that nothing failed: each call of a kind fails once, in
-// turn. Stops at the first failure of the test, whose trace tells the number. Returns how many failed.
-unsigned int WalkFaults(const std::function<bool(unsigned int number)>& attempt);
-
-// The operation whose lines on the log stand open on the calling thread.
-std::string OpenOperation();
-
-// One call that fails: the n-th of its kind on a thread.
-struct FaultStep
+// turn. Ends at the first failure of the test too. Returns how many failed.
+template <class Attempt>
+unsigned int WalkFaults(const Attempt& attempt)
 {
-    Call kind;
-    std::string thread;
-    unsigned int number;
-};
-
-// What its failure brought about.
-struct FaultOutcome
-{
-    unsigned int number = 0;
-    // The operation that stood open on the thread, and the platform's call if it was one:
-    // "m_Initialize", "OnShow: vconf_get_int".
-    std::string place;
-    // What `run` answered, or the assertion that stopped the process: "assertion o".
-    std::vector<std::string> complaints;
-};
-
-// Runs with the step's call failing, which calls `struck` inside; answers what the log complained of.
-using FaultRun =
-    std::function<std::vector<std::string>(const FaultStep& step, const std::function<void()>& struck)>;
-
-// Makes each `stride`-th of the first `calls` calls fail, from `first` on, each in a run of its own. The runs
-// are in child processes: one that an assertion has stopped is followed by another. A run that dies or hangs
-// fails the test with the step and its place, and so does one that fails in itself or whose call does not
-// come. The caller has no other thread; its executable links with --wrap=__assert_fail.
-std::vector<FaultOutcome> WalkFaultsInChildren(const FaultStep& first, unsigned int calls,
-                                               unsigned int stride, const FaultRun& run);
+    unsigned int number = 1;
+    for (; !::testing::Test::HasFailure(); ++number) {
+        SCOPED_TRACE("fault number " + std::to_string(number));
+        if (!attempt(number)) {
+            break;
+        }
+    }
+    return number - 1;
+}
 
 } // namespace TTMLTest
 

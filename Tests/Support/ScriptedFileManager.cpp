@@ -261,8 +261,7 @@ using TTMLTest::FaultPause;
 
 IFileUtil* IFileUtil::Create()
 {
-    const bool fails =
-        TTMLTest::FaultInjection::Strike(TTMLTest::Call::PLATFORM, "IFileUtil::Create") != 0;
+    const bool fails = TTMLTest::FaultInjection::Strike(TTMLTest::Call::PLATFORM, "IFileUtil::Create") != 0;
     const FaultPause pause;
     std::unique_lock<std::mutex> guard(TTMLTest::State().mutex);
     if (fails || TTMLTest::State().createFailures != 0) {

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "AtscFixtures.h"
+#include "FaultWalk.h"
 
 namespace TTMLTest {
 
@@ -62,9 +63,8 @@ class AtscMemory : public AtscTest, public ::testing::WithParamInterface<AtscOpe
 
 TEST_P(AtscMemory, FailsWithoutAnException)
 {
-    constexpr unsigned int kMost = 100;
-    unsigned int allocation = 1;
-    for (bool failed = true; failed && allocation < kMost; ++allocation) {
+    WalkFaults([&](unsigned int allocation) {
+        bool failed = true;
         if (GetParam().name != "OnStart") {
             Start();
         }
@@ -88,8 +88,8 @@ TEST_P(AtscMemory, FailsWithoutAnException)
         m_client.Clear();
         m_source->OnStop();
         Drain(*m_source);
-    }
-    EXPECT_LT(allocation, kMost) << "the operation never succeeds";
+        return failed;
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, AtscMemory, ::testing::ValuesIn(AtscOperations()),
@@ -99,8 +99,8 @@ using AtscConstruction = AtscTest;
 
 TEST_F(AtscConstruction, WithoutMemoryForAContainerStillMakesASource)
 {
-    bool failed = true;
-    for (unsigned int allocation = 1; failed && allocation < 50; ++allocation) {
+    WalkFaults([](unsigned int allocation) {
+        bool failed = true;
         void* const place = ::operator new(sizeof(TTML::CATSCSource));
         TTML::CATSCSource* source = nullptr;
         {
@@ -116,8 +116,8 @@ TEST_F(AtscConstruction, WithoutMemoryForAContainerStillMakesASource)
         }
         source->~CATSCSource();
         ::operator delete(place);
-    }
-    EXPECT_FALSE(failed);
+        return failed;
+    });
 }
 
 // An MPD's attribute without memory for its text is as one that is not there.
@@ -126,9 +126,9 @@ TEST_F(AtscConstruction, WithoutMemoryForAnAttributeThereAreNoTimes)
     ScriptedTvService::Change([](TvScene& scene) {
         scene.mpd = "availabilityStartTime=\"2019-05-01T00:00:00Z" + std::string(100, ' ') + "\"";
     });
-    bool failed = true;
     bool lacking = false;
-    for (unsigned int allocation = 1; failed && allocation < 50; ++allocation) {
+    WalkFaults([&](unsigned int allocation) {
+        bool failed = true;
         {
             const FaultInjection noMemory(Call::NEW, allocation);
             Subscribe();
@@ -139,8 +139,8 @@ TEST_F(AtscConstruction, WithoutMemoryForAnAttributeThereAreNoTimes)
             EXPECT_EQ(StateOf(*m_source).start == 0, failed);
         }
         Unsubscribe();
-    }
-    EXPECT_FALSE(failed);
+        return failed;
+    });
     EXPECT_TRUE(lacking);
 }
 

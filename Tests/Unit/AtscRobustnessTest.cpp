@@ -424,6 +424,7 @@ TEST_F(AtscRobustness, ACaptionThatNobodyWaitsForDoesNotMakeTheProfileKnownAgain
 
 TEST_F(AtscRobustness, CaptionsThatTheServiceGoesOnSendingAreNotDelivered)
 {
+    // Pins: SetDataWanted.
     Start();
     ScriptedTvService::Answer(TvCall::UNSUBSCRIBE_CAPTION, TvAnswer::Failure(0));
     m_source->OnStop();

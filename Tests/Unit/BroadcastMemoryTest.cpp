@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "DvbFixtures.h"
+#include "FaultWalk.h"
 
 namespace TTMLTest {
 
@@ -71,9 +72,8 @@ protected:
 
 TEST_P(BroadcastMemory, FailsWithoutAnException)
 {
-    constexpr unsigned int kMost = 60;
-    unsigned int allocation = 1;
-    for (bool failed = true; failed && allocation < kMost; ++allocation) {
+    WalkFaults([&](unsigned int allocation) {
+        bool failed = true;
         Start();
         {
             // Signals are handled on the source thread.
@@ -94,8 +94,8 @@ TEST_P(BroadcastMemory, FailsWithoutAnException)
         m_client.Clear();
         m_source->OnStop();
         Drain(*m_source);
-    }
-    EXPECT_LT(allocation, kMost) << "the operation never succeeds";
+        return failed;
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, BroadcastMemory, ::testing::ValuesIn(Operations()),
@@ -105,8 +105,8 @@ using DvbConstruction = BroadcastTest;
 
 TEST_F(DvbConstruction, WithoutMemoryForAContainerStillMakesASource)
 {
-    bool failed = true;
-    for (unsigned int allocation = 1; failed && allocation < 50; ++allocation) {
+    WalkFaults([](unsigned int allocation) {
+        bool failed = true;
         void* const place = ::operator new(sizeof(TTML::CDVBSource));
         TTML::CDVBSource* source = nullptr;
         {
@@ -122,8 +122,8 @@ TEST_F(DvbConstruction, WithoutMemoryForAContainerStillMakesASource)
         }
         source->~CDVBSource();
         ::operator delete(place);
-    }
-    EXPECT_FALSE(failed);
+        return failed;
+    });
 }
 
 } // namespace

@@ -65,6 +65,7 @@ TEST_F(BroadcastRobustness, RecorderSignalsInsideAreWaitedFor)
 
 TEST_F(BroadcastRobustness, SignalsInsideTheCallbackAreWaitedFor)
 {
+    // Pins: CBroadcastGate, ~CBroadcastGate.
     Start();
     ScriptedLog::On({"t_TVSSignalCB", "Enter"}, [this] {
         m_inside.Open();

@@ -262,6 +262,7 @@ TEST_F(AtscCaptions, OfAProfileThatIsKnownAskForNone)
 
 TEST_F(AtscCaptions, OfAnUnknownProfileAskForItEachTime)
 {
+    // Pins: m_GetCurrentCaptionProfile.
     for (const unsigned char profile : std::vector<unsigned char>{2, 3, 254, 255}) {
         SCOPED_TRACE(static_cast<int>(profile));
         Begin(profile);

@@ -119,6 +119,7 @@ TEST_F(AtscLife, HasItsInitialValues)
 
 TEST_F(AtscLife, KnowsTheKoreanRegion)
 {
+    // Pins: m_IsKoreaRegion.
     ScriptedAppInfo::SetFeature(kKoreaKey, true);
     EXPECT_EQ(StoryOfMaking(), Together({{kRegistersRecorder},
                                          AsksForRegion(true),

@@ -66,6 +66,7 @@ protected:
 
 TEST_F(DvbClock, AsksForTheStc)
 {
+    // Pins: m_GetSTCCount.
     SetStc(900000);
     EXPECT_EQ(Ask(0), 10000);
     EXPECT_EQ(Story(), (Texts{"IsTvsTerminated() = 0", "CreateDataControl(1, 0) = 0, #1",

@@ -290,6 +290,7 @@ using DvbSignals = DvbTest;
 
 TEST_F(DvbSignals, OfAChangedPesSubscribeWhereNobodyIs)
 {
+    // Pins: m_HandleSignalPESChange.
     ScriptedTvService::Change([](TvScene& scene) { scene.stream.sbtType = 0; });
     Start();
     ScriptedTvService::Show({});

@@ -219,6 +219,7 @@ TEST_F(DvbSubscription, AsksForAnIdOfAllOnesWithoutOne)
 
 TEST_F(DvbSubscription, TakesTheProfileFromTheBits)
 {
+    // Pins: m_SetTTMLProfile.
     const std::vector<std::pair<int, int>> profiles = {
         {0x00, -1}, {0x01, 0},  {0x02, 0}, {0x03, 0},  {0x04, 2},  {0x05, 0}, {0x06, 0},
         {0x07, 0},  {0x08, -1}, {0x0C, 2}, {0xF0, -1}, {0xF8, -1}, {0xFC, 2}, {0xFF, 0}};

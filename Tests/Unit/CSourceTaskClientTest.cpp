@@ -108,6 +108,7 @@ TEST_F(SourceTaskClient, VisibilityAndFontsWithoutAClientAreSilent)
 
 TEST_F(SourceTaskClient, MenuNoticesWithoutAClientWarn)
 {
+    // Pins: m_NotifyOrWarn.
     const std::vector<std::pair<std::string, void (CSourceTask::*)()>> notices = {
         {"NotifyRegisterMenuCB", &CSourceTask::NotifyRegisterMenuCB},
         {"NotifyUnRegisterMenuCB", &CSourceTask::NotifyUnRegisterMenuCB},
@@ -175,6 +176,7 @@ TEST_F(SourceTaskClient, FreesRawDataWithoutAClient)
 
 TEST_F(SourceTaskClient, RefusesNullRawData)
 {
+    // Pins: m_SendRawData.
     Start();
     ScriptedLog::Clear();
     m_task->OnSubtitleData(nullptr);

@@ -288,6 +288,7 @@ TEST_F(SourceTaskEvents, APostedFunctionWithoutMemoryStopsTheProcess)
 
 TEST_F(SourceTaskEvents, ACommandThatCannotBeQueuedSaysSo)
 {
+    // Pins: m_Post.
     Start();
     struct Command
     {

@@ -104,6 +104,7 @@ TEST_F(SourceTaskFetch, DeliversAnEmptyDocument)
 
 TEST_F(SourceTaskFetch, ReleasesOnlyTheFetcherWhenTheFetchFails)
 {
+    // Pins: m_GetPlayerSubtitleDataOutband.
     Play(FetchAnswer::Failure());
     EXPECT_EQ(Calls(), (Texts{"IFileUtil::Create() = #1", "#1.SetRequestHeader(\"\")",
                               "#1.Fetch(\"http://host/a.ttml\", \"\", 0) = null", "#1.Destroy()"}));

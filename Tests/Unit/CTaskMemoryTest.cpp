@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "FaultWalk.h"
 #include "TaskFixture.h"
 
 using TTML::CTask;
@@ -39,18 +40,18 @@ protected:
 
 TEST_F(TaskMemory, TheConstructorThrowsWhenThereIsNone)
 {
-    unsigned int step = 1;
-    for (bool failed = true; failed; ++step) {
+    const unsigned int failures = WalkFaults([](unsigned int step) {
         const FaultInjection fault(Call::NEW, step);
         try {
             const CTask task;
-            failed = fault.Failed() != 0;
-            EXPECT_FALSE(failed) << "allocation " << step << " failed and nothing was thrown";
+            EXPECT_EQ(fault.Failed(), 0U) << "an allocation failed and nothing was thrown";
+            return false;
         } catch (const std::bad_alloc&) {
             EXPECT_EQ(fault.Failed(), 1U);
+            return true;
         }
-    }
-    EXPECT_GT(step, 2U) << "the constructor allocated nothing";
+    });
+    EXPECT_GE(failures, 2U) << "the constructor allocated nothing";
 }
 
 TEST_F(TaskMemory, AnEventThatFindsNoRoomStaysThePosters)

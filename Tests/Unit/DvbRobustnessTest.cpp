@@ -198,6 +198,7 @@ TEST_F(DvbRobustness, ASubscriptionUnderWayIsTakenBackByTheDestruction)
 
 TEST_F(DvbRobustness, ATuneThatWaitsDoesNotSubscribeAfterTheStop)
 {
+    // Pins: SetStopped.
     for (const int signal : {60, 85}) {
         SCOPED_TRACE(signal);
         Start();

@@ -149,6 +149,43 @@ TEST(ScriptedPlatform, TheFileManagerRefusesWhatItDidNotExpect)
     ScriptedFileManager::Reset();
 }
 
+TEST(ScriptedPlatform, ThePlayerAnswersAlwaysWhatIsLeft)
+{
+    ScriptedPlayer::AnswerAlways(PlayerAnswer::Value(7), PlayerAnswer::Error(-3), PlayerAnswer::Value(9));
+    ScriptedPlayer::ExpectPosition(PlayerAnswer::Value(5));
+    for (const long long expected : {5, 7, 7}) {
+        long long position = 0;
+        EXPECT_EQ(player_get_play_position_ex(ScriptedPlayer::Handle(), &position), 0);
+        EXPECT_EQ(position, expected);
+    }
+}
+
+TEST(ScriptedPlatform, TheFileManagerServesAUrlHoweverOftenItIsAskedFor)
+{
+    ScriptedFileManager::Serve("http://host/a", FetchAnswer::Document("<tt/>"));
+    for (int i = 0; i < 3; ++i) {
+        TTML::IFileUtil* const fetcher = TTML::IFileUtil::Create();
+        unsigned long length = 0;
+        char* const text = fetcher->Fetch("http://host/a", "agent", &length);
+        EXPECT_STREQ(text, "<tt/>");
+        fetcher->ReleaseText(text);
+        EXPECT_NONFATAL_FAILURE(fetcher->Fetch("http://host/b", "agent", &length), "not the URL");
+        fetcher->Destroy();
+    }
+}
+
+TEST(ScriptedPlatform, KeepsNothingInARunOfAnyLength)
+{
+    TTML_LOGI("kept");
+    Journal::Instance().KeepNothing();
+    TTML_LOGI("not kept");
+    EXPECT_EQ(ScriptedLog::Messages(), Calls{"kept"});
+    EXPECT_EQ(Journal::Instance().Entries().size(), 1U);
+    ScriptedPlatform::Reset();
+    TTML_LOGI("kept again");
+    EXPECT_EQ(ScriptedLog::Messages(), Calls{"kept again"});
+}
+
 TEST(FaultInjection, FailsTheChosenCallsOfTheChosenThread)
 {
     pthread_mutex_t mutex{};

@@ -14,6 +14,7 @@
 
 #include "CBBSource.h"
 #include "CSourceTask.h"
+#include "FaultWalk.h"
 #include "ScriptedPlatform.h"
 #include "SourceFixtures.h"
 #include "TTMLRawDataInfo.h"
@@ -170,8 +171,7 @@ class SourceMemoryOfOperation : public SourceMemory, public ::testing::WithParam
 TEST_P(SourceMemoryOfOperation, FailsInTurnAndWorksOn)
 {
     const Operation& operation = GetParam();
-    for (unsigned int n = 1; !HasFailure(); ++n) {
-        SCOPED_TRACE("allocation " + std::to_string(n));
+    WalkFaults([&](unsigned int n) {
         StartNewTask();
         operation.prepare(*m_task);
         m_task->StopSourceThread();
@@ -190,10 +190,8 @@ TEST_P(SourceMemoryOfOperation, FailsInTurnAndWorksOn)
             EXPECT_EQ(Queued(*m_task).size(), queued);
         }
         ExpectToWork();
-        if (failed == 0) {
-            return;
-        }
-    }
+        return failed != 0;
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, SourceMemoryOfOperation, ::testing::ValuesIn(Operations()),
@@ -206,8 +204,7 @@ TEST_F(SourceMemory, APlayThatFindsNoMemoryIsNotQueued)
 {
     for (const Call kind : {Call::NEW, Call::NEW_NOTHROW}) {
         unsigned int failures = 0;
-        for (unsigned int n = 1; !HasFailure(); ++n) {
-            SCOPED_TRACE("allocation " + std::to_string(n));
+        WalkFaults([&](unsigned int n) {
             StartNewTask();
             m_task->PlayTrack(1, "", "the old descriptor");
             m_task->StopSourceThread();
@@ -224,9 +221,9 @@ TEST_F(SourceMemory, APlayThatFindsNoMemoryIsNotQueued)
             EXPECT_EQ(Queued(*m_task).size(), failed != 0 ? 0U : 1U);
             if (failed == 0) {
                 ScriptedFileManager::ExpectFetch(kUrl, FetchAnswer::Document("<tt/>"));
-                break;
             }
-        }
+            return failed != 0;
+        });
         EXPECT_GE(failures, kind == Call::NEW ? 2U : 1U);
     }
 }
@@ -236,8 +233,7 @@ TEST_F(SourceMemory, AFetchThatFindsNoMemoryFails)
 {
     for (const Call kind : {Call::NEW, Call::NEW_NOTHROW}) {
         unsigned int failures = 0;
-        for (unsigned int n = 1; !HasFailure(); ++n) {
-            SCOPED_TRACE("allocation " + std::to_string(n));
+        WalkFaults([&](unsigned int n) {
             ScriptedFileManager::Reset();
             StartNewTask();
             m_task->SetUserAgent(kAgent);
@@ -272,10 +268,8 @@ TEST_F(SourceMemory, AFetchThatFindsNoMemoryFails)
                 EXPECT_EQ(calls.back(), "#1.Destroy()");
             }
             ExpectToWork();
-            if (failed == 0) {
-                break;
-            }
-        }
+            return failed != 0;
+        });
         EXPECT_GE(failures, 1U);
     }
 }
@@ -359,8 +353,7 @@ TEST_F(SourceMemory, FontsNeedNoMemoryOnTheirWayToTheClient)
         seen = source->GetDownloadableFontsInfo();
     });
     const std::list<std::string> fonts = {"a font with a name that is kept on the heap", "another", "third"};
-    for (unsigned int n = 1; !HasFailure(); ++n) {
-        SCOPED_TRACE("allocation " + std::to_string(n));
+    WalkFaults([&](unsigned int n) {
         std::list<std::string> given = fonts;
         seen.clear();
         unsigned int failed = 0;
@@ -372,9 +365,9 @@ TEST_F(SourceMemory, FontsNeedNoMemoryOnTheirWayToTheClient)
         EXPECT_TRUE(source->GetDownloadableFontsInfo().empty());
         if (failed == 0) {
             EXPECT_EQ(seen, fonts);
-            return;
         }
-    }
+        return failed != 0;
+    });
 }
 
 // Construction.
@@ -434,8 +427,7 @@ TEST_F(SourceMemory, ATaskWithoutCallbacksIsDestroyedCleanly)
 
 TEST_F(SourceMemory, ABroadbandSourceIsCreatedOrNot)
 {
-    for (unsigned int n = 1; !HasFailure(); ++n) {
-        SCOPED_TRACE("allocation " + std::to_string(n));
+    const unsigned int failures = WalkFaults([&](unsigned int n) {
         CBBSource* source = nullptr;
         unsigned int failed = 0;
         {
@@ -443,16 +435,17 @@ TEST_F(SourceMemory, ABroadbandSourceIsCreatedOrNot)
             EXPECT_NO_THROW(source = CBBSource::Create(ScriptedPlayer::Handle(), kAgent));
             failed = noMemory.Failed();
         }
-        ASSERT_NE(source, nullptr) << "only the source's own memory decides";
+        if (source == nullptr) {
+            ADD_FAILURE() << "only the source's own memory decides";
+            return false;
+        }
         source->OnStart();
         source->OnShow();
         source->OnStop();
         source->Destroy();
-        if (failed == 0) {
-            EXPECT_GE(n, 2U);
-            return;
-        }
-    }
+        return failed != 0;
+    });
+    EXPECT_GE(failures, 1U);
 }
 
 } // namespace

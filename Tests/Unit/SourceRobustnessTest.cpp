@@ -70,6 +70,7 @@ TEST_F(SourceDestruction, NeverStartedWithMoreSamplesThanAreKept)
 
 TEST_F(SourceDestruction, IdleThread)
 {
+    // Pins: m_Destroy.
     Start();
     m_task.reset();
     EXPECT_EQ(m_client.Events(), Texts{});
@@ -206,6 +207,7 @@ TEST_F(InbandDestruction, NeverStarted)
 
 TEST_F(InbandDestruction, Running)
 {
+    // Pins: m_Destroy.
     m_queue->Start(1);
     ScriptedLog::Clear();
     m_queue.reset();
