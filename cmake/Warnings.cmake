@@ -18,6 +18,11 @@ if(TTML_SANITIZE STREQUAL address)
 elseif(TTML_SANITIZE STREQUAL thread)
     add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
     add_link_options(-fsanitize=thread)
+elseif(TTML_SANITIZE STREQUAL fuzzer)
+    # What libFuzzer needs to see of the code; libFuzzer itself is linked to its targets alone.
+    add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
 elseif(NOT TTML_SANITIZE STREQUAL "")
-    message(FATAL_ERROR "TTML_SANITIZE is '${TTML_SANITIZE}'; it must be empty, address or thread")
+    message(FATAL_ERROR "TTML_SANITIZE is '${TTML_SANITIZE}'; it must be empty, address, thread or fuzzer")
 endif()
