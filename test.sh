@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Builds and tests everything: ./test.sh [--quick] [--tidy] [--preset NAME]...
+# Builds and tests everything: ./test.sh [--quick] [--tidy] [--preset NAME]... [--target ARCH]...
 #   --quick   the release build only
 #   --tidy    first check formatting and run clang-tidy on everything but the tests
-#   --preset  the named builds instead (release, debug, asan, tsan)
+#   --preset  the named builds instead (release, debug, asan, tsan, fuzz)
+#   --target  the library and its unit tests for armhf or arm64 instead, run by an emulator
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . Tools/setup.sh
@@ -13,21 +14,22 @@ while [ $# -gt 0 ]; do
     case $1 in
     --quick) presets=(release) ;;
     --tidy) tidy=yes ;;
-    --preset)
-        [ $# -ge 2 ] || { echo "test.sh: --preset needs a name" >&2; exit 2; }
+    --preset | --target)
+        [ $# -ge 2 ] || { echo "test.sh: $1 needs a name" >&2; exit 2; }
         presets+=("$2")
         shift
         ;;
     *)
-        sed -n '2,5s/^# \{0,1\}//p' "$0" >&2
+        sed -n '2,6s/^# \{0,1\}//p' "$0" >&2
         exit 2
         ;;
     esac
     shift
 done
-[ "${#presets[@]}" -gt 0 ] || presets=(release asan tsan)
+[ "${#presets[@]}" -gt 0 ] || presets=(release asan tsan fuzz)
 
-ensure_packages build demo test cross
+ensure_packages build demo test abi armhf
+case " ${presets[*]} " in *" fuzz "*) ensure_packages fuzz ;; esac
 if [ "$tidy" = yes ]; then
     ensure_packages tidy bench
     # Of all presets the one with everything but the tests; it need not be built for this.
@@ -41,6 +43,12 @@ export UBSAN_OPTIONS="print_stacktrace=1:${UBSAN_OPTIONS:-}"
 export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:${TSAN_OPTIONS:-}"
 
 for preset in "${presets[@]}"; do
+    case $preset in
+    armhf | arm64)
+        ensure_packages "$preset"
+        ensure_target_libraries "$preset"
+        ;;
+    esac
     echo "== $preset: build"
     build_preset "$preset"
     echo "== $preset: test"

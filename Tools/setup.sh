@@ -1,5 +1,5 @@
 # Sourced by the scripts in the root: installs what is missing on a Debian machine, saying what and why.
-# Usage: ensure_packages GROUP...   (groups: build, demo, test, cross, tidy, bench)
+# Usage: ensure_packages GROUP...   (groups: build, demo, test, abi, armhf, arm64, fuzz, tidy, bench)
 
 # One line a package: group, package, what it is for.
 PACKAGES="
@@ -25,13 +25,19 @@ test python3 HTTP server of the end-to-end tests
 test locales locale with a decimal comma for the number tests
 test tzdata local time zones of the MPD time tests
 test openssl certificates of the TLS tests
-cross g++-arm-linux-gnueabihf layout check for 32-bit targets
-cross qemu-user runs the layout check
+abi abigail-tools comparing the library's binary interface with its reference
+armhf g++-arm-linux-gnueabihf compiler for 32-bit ARM
+armhf qemu-user runs what was built for ARM
+arm64 g++-aarch64-linux-gnu compiler for 64-bit ARM
+arm64 qemu-user runs what was built for ARM
+fuzz clang compiler of the fuzz targets, with libFuzzer
+fuzz libclang-rt-dev the sanitizers and libFuzzer of that compiler
 tidy clang-tidy static checks
 tidy clang-format formatting checks
 tidy git lists the files to check
 bench libbenchmark-dev benchmarks
 bench ffmpeg reference for reading transport streams
+bench libpugixml-dev reference for reading MPDs
 "
 
 ensure_packages() {
@@ -63,6 +69,34 @@ ensure_packages() {
         return 1
     fi
     rm -f "$log"
+}
+
+# Puts the target's zlib, the one library that ours needs, into build/target/ARCH. The package is downloaded
+# with package lists of its own and only unpacked: nothing is installed, and this machine's apt does not get to
+# know the other architecture.
+ensure_target_libraries() {
+    local arch=$1 folder=$PWD/build/target/$1 work log
+    [ ! -d "$folder" ] || return 0
+    echo "Unpacking Debian's zlib for $arch into ${folder#"$PWD/"} (packages zlib1g and zlib1g-dev)"
+    work=$folder.work
+    log=$folder.log
+    rm -rf "$work"
+    mkdir -p "$work/out/include" "$work/out/lib" "$work/lists/partial" "$work/cache/archives/partial"
+    local apt=(apt-get -o "APT::Architecture=$arch" -o "APT::Architectures=$arch" -o "Dir::State::lists=$work/lists"
+        -o Dir::State::status=/dev/null -o "Dir::Cache=$work/cache" -o APT::Sandbox::User=)
+    # A package list that cannot be had need not be the one with zlib: the download tells.
+    if ! (
+        "${apt[@]}" update || true
+        cd "$work" && "${apt[@]}" download zlib1g zlib1g-dev &&
+            for package in *.deb; do dpkg-deb -x "$package" .; done &&
+            cp usr/include/*.h out/include && cp lib/*/libz.so.1 out/lib &&
+            ln -s libz.so.1 out/lib/libz.so && mv out "$folder"
+    ) > "$log" 2>&1; then
+        tail -n 20 "$log" >&2
+        echo "zlib for $arch could not be had from the Debian archive in apt's sources." >&2
+        return 1
+    fi
+    rm -rf "$work" "$log"
 }
 
 # Configures a preset once; later calls do nothing.
