@@ -1,5 +1,5 @@
 # Sourced by the scripts in the root: installs what is missing on a Debian machine, saying what and why.
-# Usage: ensure_packages GROUP...   (groups: build, demo, test, abi, armhf, arm64, fuzz, tidy, bench)
+# Usage: ensure_packages GROUP...   (groups: build, demo, test, abi, armhf, arm64, fuzz, coverage, tidy, bench)
 
 # One line a package: group, package, what it is for.
 PACKAGES="
@@ -35,6 +35,7 @@ fuzz libclang-rt-dev the sanitizers and libFuzzer of that compiler
 tidy clang-tidy static checks
 tidy clang-format formatting checks
 tidy git lists the files to check
+coverage gcovr report of what the tests run
 bench libbenchmark-dev benchmarks
 bench ffmpeg reference for reading transport streams
 bench libpugixml-dev reference for reading MPDs
