@@ -40,11 +40,16 @@ const std::vector<Signal>& Signals()
 }
 
 // The calls, and the complaint right behind the one that fails, if one does.
-// Pins: SIGNAL_TUNE_START Subscription Unsuccessful!!, SIGNAL_TUNE_START Unsubscription Unsuccessful!!
-// Pins: SIGNAL_TUNE_SUCCESS Subscription Unsuccessful!!, SIGNAL_TUNE_SUCCESS Unsubscription Unsuccessful!!
-// Pins: SIGNAL_SERVICE_LOCKED Subscription Unsuccessful!!, SIGNAL_SERVICE_LOCKED Unsubscription Unsuccessful!!
-// Pins: SIGNAL_TVS_ACTIVATE Subscription Unsuccessful!!, SIGNAL_TVS_ACTIVATE Unsubscription Unsuccessful!!
-// Pins: SIGNAL_TVS_DEACTIVATE Subscription Unsuccessful!!, SIGNAL_TVS_DEACTIVATE Unsubscription Unsuccessful!!
+// Pins: SIGNAL_TUNE_START Subscription Unsuccessful!!
+// Pins: SIGNAL_TUNE_START Unsubscription Unsuccessful!!
+// Pins: SIGNAL_TUNE_SUCCESS Subscription Unsuccessful!!
+// Pins: SIGNAL_TUNE_SUCCESS Unsubscription Unsuccessful!!
+// Pins: SIGNAL_SERVICE_LOCKED Subscription Unsuccessful!!
+// Pins: SIGNAL_SERVICE_LOCKED Unsubscription Unsuccessful!!
+// Pins: SIGNAL_TVS_ACTIVATE Subscription Unsuccessful!!
+// Pins: SIGNAL_TVS_ACTIVATE Unsubscription Unsuccessful!!
+// Pins: SIGNAL_TVS_DEACTIVATE Subscription Unsuccessful!!
+// Pins: SIGNAL_TVS_DEACTIVATE Unsubscription Unsuccessful!!
 Texts CallsFor(const std::string& name, int failing = 0, int result = 0)
 {
     Texts story;
