@@ -221,26 +221,30 @@ def make(gaps):
 
     for name in sorted(library.operations):
         own = tests.of(name)
+        rows, by_operation = [], {}
+        for key in (key for key in library.messages if key[0] == name):
+            _, operation, level, message = key
+            parts = [part.rstrip() for part in fragments(message)] or [message]
+            found = pinning(own, lambda block: all(part in block.joined for part in parts))
+            by_operation.setdefault(operation, []).extend(found)
+            if found:
+                rows.append("| %s | %s | `%s` | %s |" % (cell(message), level, operation, shown(found)))
+            else:
+                gaps.append('message of %s::%s: "%s"' % (name, operation, message))
         lines += ["", "## " + name, "| Operation | Pinned by |", "|---|---|"]
         for operation in sorted(library.operations[name]):
             # Whoever makes an object of the class, or holds one, runs its constructor and destructor.
             word = name if operation.lstrip("~") == name else operation
-            found = pinning(own, lambda block: word in block.words)
+            found = list(dict.fromkeys(by_operation.get(operation, []) +
+                                       pinning(own, lambda block: word in block.words)))
+            # That an operation logs its beginning and its end says least of it.
+            found.sort(key=lambda test: "Leave" in test and "Enter" in test)
             if found:
                 lines.append("| `%s` | %s |" % (operation, shown(found)))
             else:
                 gaps.append("operation %s::%s" % (name, operation))
-        messages = [key for key in library.messages if key[0] == name]
-        if messages:
-            lines += ["", "| Message | | Of | Pinned by |", "|---|---|---|---|"]
-        for key in messages:
-            _, operation, level, message = key
-            parts = [re.sub(r"\s+$", "", part) for part in fragments(message)] or [message]
-            found = pinning(own, lambda block: all(part in block.joined for part in parts))
-            if found:
-                lines.append("| %s | %s | `%s` | %s |" % (cell(message), level, operation, shown(found)))
-            else:
-                gaps.append('message of %s::%s: "%s"' % (name, operation, message))
+        if rows:
+            lines += ["", "| Message | | Of | Pinned by |", "|---|---|---|---|", *rows]
     return "\n".join(lines) + "\n"
 
 

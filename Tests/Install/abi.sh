@@ -1,14 +1,18 @@
 #!/usr/bin/env bash
 # The library's binary interface is the one under review: its exported symbols, the types they use, and the
 # layout of the exported classes. With "refresh", writes the reference anew instead of comparing.
-# Usage: abi.sh check|refresh LIBRARY HEADERS REFERENCE
+# Usage: abi.sh check|refresh LIBRARY REFERENCE HEADER_FOLDER [HEADER]...
 set -euo pipefail
-action=$1 library=$2 headers=$3 reference=$4
+action=$1 library=$2 reference=$3
+headers=(--headers-dir "$4")
+for header in "${@:5}"; do
+    headers+=(--header-file "$header")
+done
 
 # What the headers do not define is the library's own business. Neither places on the machine that builds nor
 # lines of the source are told: the description changes when the interface does.
 describe() {
-    abidw --exported-interfaces-only --drop-private-types --headers-dir "$headers" --no-corpus-path \
+    abidw --exported-interfaces-only --drop-private-types "${headers[@]}" --no-corpus-path \
         --no-comp-dir-path --no-show-locs --no-elf-needed --no-parameter-names --type-id-style hash "$library"
 }
 
