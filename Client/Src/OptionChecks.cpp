@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <regex>
 #include <string>
 
 namespace TTMLClient {
@@ -12,6 +11,27 @@ namespace {
 // Beyond these, times no longer fit what counts them.
 constexpr double kSlowest = 0.001;
 constexpr double kFastest = 10000;
+
+// Two to eight letters, then subtags of one to eight letters and digits behind hyphens.
+bool IsLanguageTag(const std::string& text)
+{
+    std::size_t length = 0;
+    bool first = true;
+    for (const unsigned char c : text + "-") {
+        if (c == '-') {
+            if (length < (first ? 2U : 1U) || length > 8) {
+                return false;
+            }
+            first = false;
+            length = 0;
+        } else if (std::isalpha(c) != 0 || (!first && std::isdigit(c) != 0)) {
+            ++length;
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
 
 } // namespace
 
@@ -63,10 +83,8 @@ CLI::Validator LanguageCheck()
 CLI::Validator LanguageTagCheck()
 {
     const auto check = [](const std::string& text) {
-        static const std::regex tag("[A-Za-z]{2,8}(-[A-Za-z0-9]{1,8})*");
-        return std::regex_match(text, tag)
-                   ? std::string()
-                   : "takes a language tag, such as en, eng or pt-BR, not '" + text + "'";
+        return IsLanguageTag(text) ? std::string()
+                                   : "takes a language tag, such as en, eng or pt-BR, not '" + text + "'";
     };
     return {check, "", "language tag"};
 }

@@ -40,7 +40,15 @@ class CaptionsOfAService(LoggedCase):
         self.assert_times(run, (0, 2, 5, 6, 8, 9, 11, 12))
         self.assert_golden("atsc3-fast.json", run)
 
-    def test_deliver_the_same_in_real_time(self):
+    def test_deliver_in_real_time(self):
+        # The second caption is due at 4.004 s of the service; the third not before 10 s.
+        for mpd in (SAMPLE, DYNAMIC):
+            run = self.play(mpd, "--duration", "6s")
+            self.assert_played(run, captions(OBSERVATORY)[:2])
+            first, second = [document["wallMs"] for document in run.documents]
+            self.assertGreaterEqual(second - first, 3900)
+
+    def test_deliver_the_same_at_another_speed(self):
         run = self.play(SAMPLE, "--speed", "20")
         self.assert_played(run, captions(OBSERVATORY))
         self.assertGreaterEqual(run.events[-1]["wallMs"], 1300)
@@ -197,7 +205,9 @@ class WrongUsage(Atsc3Case):
         self.assert_refused(word="INPUT")
         self.assert_refused("", word="takes a file or a URL")
         self.assert_refused(SAMPLE, "--also", "", word="takes a file or a URL")
-        self.assert_refused(SAMPLE, "--lang", "e", word="takes a language tag, such as en, eng or pt-BR, not 'e'")
+        for tag in ("e", "en-", "en--US", "ninetags!", "ninetagss", "1en", "en-ninetagss", "en_US"):
+            self.assert_refused(SAMPLE, "--lang", tag, word="takes a language tag, such as en, eng or pt-BR, not '%s'"
+                                % tag)
         self.assert_refused(SAMPLE, "--region", "mars", word="takes korea, not 'mars'")
         self.assert_refused(SAMPLE, "--fast", "--speed", "2", word="exclude each other")
         self.assert_refused(SAMPLE, "--script", "caption", word="caption")
