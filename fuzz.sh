@@ -3,8 +3,8 @@
 # and minimises its corpus: ./fuzz.sh [--minutes N] [--runs N] [TARGET]...
 #   --minutes  another limit of time for each target
 #   --runs     another limit of executions for each target
-# Targets: pes inflate mpd_times caption time_expression transport tables segment manifest. Ends with 1 when one
-# of them found something; the input is then in build/fuzz/finds.
+# Targets are the folders of Tests/Fuzz/Corpus. Ends with 1 when one of them found something; the input is then in
+# build/fuzz/finds.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . Tools/setup.sh
@@ -35,8 +35,10 @@ while [ $# -gt 0 ]; do
     esac
     shift
 done
-[ "${#targets[@]}" -gt 0 ] ||
-    targets=(pes inflate mpd_times caption time_expression transport tables segment manifest)
+if [ "${#targets[@]}" -eq 0 ]; then
+    targets=(Tests/Fuzz/Corpus/*)
+    targets=("${targets[@]##*/}")
+fi
 
 # Replaces what is kept for a target with the smallest inputs that reach as much. Inputs of what was found once,
 # which are named so, stay whatever they reach.

@@ -16,7 +16,10 @@ while [ $# -gt 0 ]; do
     --tidy) tidy=yes ;;
     --preset | --target)
         [ $# -ge 2 ] || { echo "test.sh: $1 needs a name" >&2; exit 2; }
-        presets+=("$2")
+        case $1:$2 in
+        --target:armhf | --target:arm64 | --preset:*) presets+=("$2") ;;
+        *) echo "test.sh: --target takes armhf or arm64, not '$2'" >&2; exit 2 ;;
+        esac
         shift
         ;;
     *)
@@ -28,10 +31,17 @@ while [ $# -gt 0 ]; do
 done
 [ "${#presets[@]}" -gt 0 ] || presets=(release asan tsan fuzz)
 
-ensure_packages build demo test abi armhf
-case " ${presets[*]} " in *" fuzz "*) ensure_packages fuzz ;; esac
+groups=(build test)
+for preset in "${presets[@]}"; do
+    case $preset in
+    armhf | arm64) groups+=("$preset") ;;
+    fuzz) groups+=(demo abi armhf fuzz) ;;
+    *) groups+=(demo abi armhf) ;;
+    esac
+done
+[ "$tidy" = no ] || groups+=(tidy bench)
+ensure_packages "${groups[@]}"
 if [ "$tidy" = yes ]; then
-    ensure_packages tidy bench
     # Of all presets the one with everything but the tests; it need not be built for this.
     configure_preset bench
     Tools/check-style.sh build/bench
@@ -44,10 +54,7 @@ export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:${TSAN_OPTIONS:-}"
 
 for preset in "${presets[@]}"; do
     case $preset in
-    armhf | arm64)
-        ensure_packages "$preset"
-        ensure_target_libraries "$preset"
-        ;;
+    armhf | arm64) ensure_target_libraries "$preset" ;;
     esac
     echo "== $preset: build"
     build_preset "$preset"

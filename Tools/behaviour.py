@@ -173,8 +173,9 @@ class Tests:
     def closure(self, path, name):
         """The helpers that a file's tests reach through a name."""
         # A helper of another file of tests has its name by chance.
-        shared = not any(helper.path == path for helper in self.helpers.get(name, []))
-        key = (None if shared else path, name)
+        if not any(helper.path == path for helper in self.helpers.get(name, [])):
+            path = None
+        key = (path, name)
         if key not in self.closures:
             reached, todo, seen = set(), [name], {name}
             while todo:

@@ -8,15 +8,12 @@
 #include "OptionChecks.h"
 #include "Output.h"
 #include "PlatformSettings.h"
+#include "SettingKeys.h"
 #include "StreamReport.h"
 
 namespace TTMLClient {
 
 namespace {
-
-const char* const kReceptionKey = "db/menu/broadcasting/atsc3_enable"; // a bool
-const char* const kCaptionKey = "db/menu/caption/caption";             // an int
-const char* const kKoreanCaptionsFeature = "com.velmora/featureconf/caption.support_kor";
 
 const char* const kExamples =
     "Examples:\n"
@@ -93,7 +90,7 @@ bool Atsc3Command::Open(TTMLHost::TvListener* listener, const std::atomic<bool>*
 {
     // Before the input is opened and the source constructed: both ask for it.
     if (!m_region.empty()) {
-        TTMLHost::SetSystemFeature(kKoreanCaptionsFeature, true);
+        TTMLHost::SetSystemFeature(TTMLHost::kKoreanRegionFeature, true);
     }
     TurnOnWhatHasNoValue();
     TTMLHost::TvAtsc3Options options = m_tv;

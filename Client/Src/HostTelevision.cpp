@@ -3,15 +3,9 @@
 #include "HostRecorder.h"
 #include "HostTvService.h"
 #include "PlatformSettings.h"
+#include "SettingKeys.h"
 
 namespace TTMLClient {
-
-namespace {
-
-const char* const kChannelLockKey = "db/menu/broadcasting/channel_lock"; // a bool
-const char* const kCaptionKey = "db/menu/caption/caption";               // an int
-
-} // namespace
 
 HostTelevision::~HostTelevision()
 {

@@ -12,6 +12,7 @@
 
 #include "CommonOptions.h"
 #include "Output.h"
+#include "SettingKeys.h"
 
 namespace TTMLClient {
 
@@ -35,10 +36,8 @@ struct KnownSetting
     SettingType type;
 };
 constexpr KnownSetting kKnown[] = {
-    {"db/menu/broadcasting/channel_lock", SettingType::Bool},
-    {"db/menu/broadcasting/atsc3_enable", SettingType::Bool},
-    {"db/menu/caption/caption", SettingType::Int},
-    {"db/menu/caption/captionlanguage", SettingType::Int},
+    {kChannelLockKey, SettingType::Bool},  {kReceptionKey, SettingType::Bool},
+    {kCaptionKey, SettingType::Int},       {"db/menu/caption/captionlanguage", SettingType::Int},
     {"db/tv/lock_type", SettingType::Int},
 };
 

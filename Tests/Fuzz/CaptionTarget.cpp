@@ -20,6 +20,7 @@
 #include "ScriptedSettings.h"
 #include "ScriptedTvService.h"
 #include "TTMLRawDataInfo.h"
+#include "TvTexts.h"
 #include "ZoneGuard.h"
 
 TTML_EXPOSE(FuzzedCaption, TTML::CATSCSource, TCCaption, m_CurrentCaption)
@@ -32,7 +33,7 @@ using Payload = std::vector<unsigned char>;
 
 constexpr unsigned char kSignature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'}; // ISO/IEC 15948
 constexpr std::size_t kLargest = 524288;
-constexpr long long kMpdOffset = 1556668800000 + 1500;
+constexpr long long kMpdOffset = TTMLTest::kMpdStart + TTMLTest::kMpdDelay;
 constexpr unsigned char kImage = 1;
 constexpr unsigned char kUnknown = 255;
 // The scripted service keeps each session that it made until it is reset.
@@ -56,16 +57,15 @@ public:
         using namespace TTMLTest;
         TvScene scene;
         scene.attributes[SERVICE_ATTRIBUTE_ATSC3] = {1, 0};
-        scene.mpd =
-            "<MPD availabilityStartTime=\"2019-05-01T00:00:00Z\" suggestedPresentationDelay=\"PT1.5S\"/>";
+        scene.mpd = kMpd;
         scene.caption = TCCaption();
         ScriptedTvService::Show(scene);
         ScriptedRecorder::Allow();
-        ScriptedSettings::SetBool("db/menu/broadcasting/channel_lock", false);
-        ScriptedSettings::SetBool("db/menu/broadcasting/atsc3_enable", true);
-        ScriptedSettings::SetInt("db/menu/caption/caption", 1);
-        ScriptedAppInfo::SetFeature("com.velmora/featureconf/caption.support_kor", false);
-        ScriptedAppInfo::SetPackage("org.oxnar.tvviewer");
+        ScriptedSettings::SetBool(kChannelLockKey, false);
+        ScriptedSettings::SetBool(kEnableKey, true);
+        ScriptedSettings::SetInt(kCaptionKey, 1);
+        ScriptedAppInfo::SetFeature(kKoreaKey, false);
+        ScriptedAppInfo::SetPackage(kTvPackage);
         ScriptedFileManager::SetTimeOfDay(1000);
         m_source = std::make_unique<TTML::CATSCSource>();
         m_source->RegisterCallBack(&OnEvent, nullptr);

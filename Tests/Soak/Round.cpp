@@ -62,6 +62,7 @@ SourcePtr Begin(TTML::CTTMLSource* source)
     return owner;
 }
 
+// A viewer watches for a while. No event ends that: what a round asks is what grows while time passes.
 void Pass(std::chrono::milliseconds time)
 {
     std::this_thread::sleep_for(time);

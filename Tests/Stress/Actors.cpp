@@ -7,19 +7,11 @@
 #include "Options.h"
 #include "PesBuilder.h"
 #include "ScriptedPlatform.h"
+#include "TvTexts.h"
 
 namespace TTMLTest {
 
 namespace {
-
-constexpr char kBannerKey[] = "memory/tv-viewer/infobanner/ttml";
-constexpr char kCaptionKey[] = "db/menu/caption/caption";
-constexpr char kEnableKey[] = "db/menu/broadcasting/atsc3_enable";
-constexpr char kChannelLockKey[] = "db/menu/broadcasting/channel_lock";
-constexpr char kKoreaKey[] = "com.velmora/featureconf/caption.support_kor";
-constexpr const char* kPackages[] = {"org.oxnar.tvviewer", "org.oxnar.pvrplayer"};
-constexpr char kMpd[] = "<MPD availabilityStartTime=\"2019-05-01T00:00:00Z\" "
-                        "suggestedPresentationDelay=\"PT1.5S\"/>";
 
 // Actors' numbers, behind those of the clients.
 constexpr std::uint64_t kFirstActor = 100;
@@ -166,7 +158,7 @@ void ChangeSetting(Dice& dice)
         ScriptedSettings::Notice(kBannerKey);
         break;
     case 4:
-        ScriptedAppInfo::SetPackage(kPackages[odd ? 1 : 0]);
+        ScriptedAppInfo::SetPackage(odd ? kPvrPackage : kTvPackage);
         ScriptedAppInfo::SetFeature(kKoreaKey, odd);
         break;
     default:
@@ -205,7 +197,7 @@ void SetTheStage()
     ScriptedSettings::SetBool(kChannelLockKey, false);
     ScriptedSettings::SetBool(kEnableKey, true);
     ScriptedSettings::SetInt(kCaptionKey, 1);
-    ScriptedAppInfo::SetPackage(kPackages[0]);
+    ScriptedAppInfo::SetPackage(kTvPackage);
     ScriptedAppInfo::SetFeature(kKoreaKey, false);
 }
 

@@ -45,6 +45,16 @@ private:
     std::thread m_thread;
 };
 
+// The body several times, each with its number from 0, as one.
+inline std::function<void()> Repeat(int rounds, std::function<void(int)> body)
+{
+    return [rounds, run = std::move(body)] {
+        for (int round = 0; round < rounds; ++round) {
+            run(round);
+        }
+    };
+}
+
 // Runs the bodies at the same time and returns when all are done.
 inline void RunTogether(const std::vector<std::function<void()>>& bodies)
 {

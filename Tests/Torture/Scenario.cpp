@@ -44,7 +44,7 @@ void ShowLocks(Stage& stage, TTML::CTTMLSource& source)
     // A locked service that the rating permits, so that every lock is asked for, and then one that it does
     // not.
     Aside([] {
-        ScriptedSettings::SetBool(kChannelLock, true);
+        ScriptedSettings::SetBool(kChannelLockKey, true);
         ScriptedTvService::Change(
             [](TvScene& scene) { scene.attributes[SERVICE_ATTRIBUTE_LOCK].integer = 1; });
     });
@@ -53,7 +53,7 @@ void ShowLocks(Stage& stage, TTML::CTTMLSource& source)
     stage.Act([] { ScriptedTvService::Signal(SIGNAL_SERVICE_LOCKED); });
     stage.Act([&] { source.OnShow(); });
     Aside([] {
-        ScriptedSettings::SetBool(kChannelLock, false);
+        ScriptedSettings::SetBool(kChannelLockKey, false);
         ScriptedTvService::Change([](TvScene& scene) { scene.parentalLock = true; });
     });
     stage.Act([&] { source.OnShow(); });

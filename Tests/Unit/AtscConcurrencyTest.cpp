@@ -4,7 +4,6 @@
 #include <atomic>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -81,14 +80,6 @@ protected:
         EXPECT_EQ(ScriptedSettings::ValueOf(kBannerKey), 0);
     }
 
-    static std::function<void()> Repeat(int rounds, std::function<void(int)> body)
-    {
-        return [rounds, run = std::move(body)] {
-            for (int round = 0; round < rounds; ++round) {
-                run(round);
-            }
-        };
-    }
     static void DeliverNumber(int number)
     {
         Deliver(CaptionOf("text " + std::to_string(number), 1000000LL * number));

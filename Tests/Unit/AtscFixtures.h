@@ -14,23 +14,8 @@
 
 namespace TTMLTest {
 
-constexpr char kBannerKey[] = "memory/tv-viewer/infobanner/ttml";
-constexpr char kCaptionKey[] = "db/menu/caption/caption";
-constexpr char kLanguageKey[] = "db/menu/caption/captionlanguage";
-constexpr char kEnableKey[] = "db/menu/broadcasting/atsc3_enable";
-constexpr char kKoreaKey[] = "com.velmora/featureconf/caption.support_kor";
-
-constexpr char kTvPackage[] = "org.oxnar.tvviewer";
-constexpr char kPvrPackage[] = "org.oxnar.pvrplayer";
-
 constexpr int kAtsc3Signal = 178;
 constexpr int kMpdIsThere = 8; // the signal's first word
-
-// The scene's MPD, and what its two times make.
-constexpr char kMpd[] = "<MPD availabilityStartTime=\"2019-05-01T00:00:00Z\" "
-                        "suggestedPresentationDelay=\"PT1.5S\"/>";
-constexpr long long kMpdStart = 1556668800000;
-constexpr long long kMpdDelay = 1500;
 
 // What the source does on a platform on which everything goes well; `session` is the number of the first
 // session object.

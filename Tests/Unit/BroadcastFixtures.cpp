@@ -54,6 +54,11 @@ Texts Story(const std::string& thread)
     return story;
 }
 
+Texts OwnLines()
+{
+    return LinesOfFiles({"CATSCSource.cpp", "CDVBSource.cpp", "CBCSource.cpp", "CTTMLSource.cpp"});
+}
+
 Texts Together(std::initializer_list<Texts> parts)
 {
     Texts all;
@@ -74,7 +79,7 @@ void BroadcastTest::ShowUnlockedService()
 {
     ScriptedTvService::Show({});
     ScriptedRecorder::Allow();
-    ScriptedSettings::SetBool(kChannelLock, false);
+    ScriptedSettings::SetBool(kChannelLockKey, false);
 }
 
 void BroadcastTest::ClientCallback(int code, void* data)

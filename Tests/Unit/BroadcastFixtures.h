@@ -20,10 +20,9 @@
 #include "PlatformTvService.h"
 #include "ScriptedPlatform.h"
 #include "SourceFixtures.h"
+#include "TvTexts.h"
 
 namespace TTMLTest {
-
-constexpr char kChannelLock[] = "db/menu/broadcasting/channel_lock";
 
 // A signal that no source knows.
 constexpr int kOtherSignal = 61;
@@ -36,6 +35,8 @@ void RunOnThread(const std::string& name, const std::function<void()>& body);
 // sources' own files that say something, each behind the letter of its level ("W TVS is terminated!"). With a
 // thread's name only what happened there.
 Texts Story(const std::string& thread = {});
+// The lines of the broadcast sources' files since the log was cleared, as "function: message".
+Texts OwnLines();
 // The texts one after another.
 Texts Together(std::initializer_list<Texts> parts);
 

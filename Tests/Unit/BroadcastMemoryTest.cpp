@@ -64,7 +64,7 @@ protected:
     // The locks ask all they can.
     BroadcastMemory()
     {
-        ScriptedSettings::SetBool(kChannelLock, true);
+        ScriptedSettings::SetBool(kChannelLockKey, true);
         ScriptedTvService::Change(
             [](TvScene& scene) { scene.attributes[SERVICE_ATTRIBUTE_LOCK].integer = 1; });
     }

@@ -36,19 +36,6 @@ Texts AsksForPackage(const std::string& package)
             "I Got package name: [" + package + "] for pid [" + std::to_string(getpid()) + "]"};
 }
 
-// "function: message" of the lines of the sources' files.
-Texts OwnLines()
-{
-    Texts lines;
-    for (const auto& line : ScriptedLog::Lines()) {
-        if (line.file == "CATSCSource.cpp" || line.file == "CBCSource.cpp" ||
-            line.file == "CTTMLSource.cpp") {
-            lines.push_back(line.function + ": " + line.message);
-        }
-    }
-    return lines;
-}
-
 // Construction.
 
 class AtscLife : public AtscTest

@@ -48,19 +48,6 @@ Texts StartsOnAtsc3(bool korea = false)
                      RegistersSignals(registers, korea)});
 }
 
-// "function: message" of the lines of the sources' files.
-Texts OwnLines()
-{
-    Texts lines;
-    for (const auto& line : ScriptedLog::Lines()) {
-        if (line.file == "CATSCSource.cpp" || line.file == "CBCSource.cpp" ||
-            line.file == "CTTMLSource.cpp") {
-            lines.push_back(line.function + ": " + line.message);
-        }
-    }
-    return lines;
-}
-
 // An ATSC 3.0 source that notes what is called through the virtual table, and does it.
 class NotingAtscSource : public CATSCSource
 {

@@ -28,16 +28,10 @@ struct SourceDeleter
 };
 using SourcePointer = std::unique_ptr<CBBSource, SourceDeleter>;
 
-// "function: message" of the lines of the source's own file.
+// The lines of the source's own file.
 Texts OwnLines()
 {
-    Texts lines;
-    for (const auto& line : ScriptedLog::Lines()) {
-        if (line.file == "CBBSource.cpp") {
-            lines.push_back(line.function + ": " + line.message);
-        }
-    }
-    return lines;
+    return LinesOfFiles({"CBBSource.cpp"});
 }
 
 class BroadbandSource : public ::testing::Test

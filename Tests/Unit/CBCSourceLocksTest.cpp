@@ -64,7 +64,7 @@ TEST_F(BroadcastLocks, TheSettingIsOffWhenItCannotBeRead)
                   (Texts{"vconf_get_bool(\"db/menu/broadcasting/channel_lock\") = " + std::to_string(result),
                          "I Get child lock failed."}));
     }
-    ScriptedSettings::SetMissing(kChannelLock);
+    ScriptedSettings::SetMissing(kChannelLockKey);
     EXPECT_FALSE(CallPrivateStatic<AskIsChannelLockOn>());
 }
 
@@ -262,7 +262,7 @@ TEST_F(BroadcastLocks, TheChildLockIsOffWithTheSettingWithoutACallOfTheTvService
 
 TEST_F(BroadcastLocks, TheChildLockIsOffWhenTheSettingCannotBeRead)
 {
-    ScriptedSettings::SetMissing(kChannelLock);
+    ScriptedSettings::SetMissing(kChannelLockKey);
     EXPECT_FALSE(Ask<AskChildLockStatus>());
     EXPECT_EQ(Story(), (Texts{"vconf_get_bool(\"db/menu/broadcasting/channel_lock\") = -1",
                               "I Get child lock failed.", "I Child Lock is off!!"}));

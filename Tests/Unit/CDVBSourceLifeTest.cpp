@@ -18,18 +18,6 @@ using TTML::CDVBSource;
 constexpr char kRegistersMenu[] = "I Registering Menu callbacks with vconf.";
 constexpr char kSetsLanguage[] = "I Setting default language in menu.";
 
-// "function: message" of the lines of the sources' files.
-Texts OwnLines()
-{
-    Texts lines;
-    for (const auto& line : ScriptedLog::Lines()) {
-        if (line.file == "CDVBSource.cpp" || line.file == "CBCSource.cpp" || line.file == "CTTMLSource.cpp") {
-            lines.push_back(line.function + ": " + line.message);
-        }
-    }
-    return lines;
-}
-
 // A DVB source that notes what is called through the virtual table.
 class NotingDvbSource : public CDVBSource
 {

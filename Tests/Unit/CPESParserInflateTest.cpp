@@ -104,7 +104,7 @@ TEST(CPESParserInflate, DeliversMillionsOfZerosWhole)
 {
     // The sanitizers' realloc copies all that is there, at each of two thousand growths.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    const std::string zeros(15000000, '\0');
+    const std::string zeros(5000000, '\0');
 #else
     const std::string zeros(60000000, '\0');
 #endif

@@ -39,15 +39,6 @@ protected:
         EXPECT_GT(made, 0U);
     }
 
-    static std::function<void()> Repeat(int rounds, std::function<void(int)> body)
-    {
-        return [rounds, run = std::move(body)] {
-            for (int round = 0; round < rounds; ++round) {
-                run(round);
-            }
-        };
-    }
-
     std::atomic<unsigned int> m_doubled{0};
 };
 

@@ -69,7 +69,7 @@ void LockTest::LockService(bool locked)
 
 void LockTest::SetLockSetting(bool on)
 {
-    ScriptedSettings::SetBool(kChannelLock, on);
+    ScriptedSettings::SetBool(kChannelLockKey, on);
 }
 
 void LockTest::SetLockType(int type)

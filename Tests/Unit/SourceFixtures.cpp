@@ -1,5 +1,6 @@
 #include "SourceFixtures.h"
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 
@@ -50,6 +51,17 @@ char KernelState(pid_t thread)
 }
 
 } // namespace
+
+Texts LinesOfFiles(const Texts& files)
+{
+    Texts lines;
+    for (const auto& line : ScriptedLog::Lines()) {
+        if (std::find(files.begin(), files.end(), line.file) != files.end()) {
+            lines.push_back(line.function + ": " + line.message);
+        }
+    }
+    return lines;
+}
 
 std::atomic<ClientRecorder*> ClientRecorder::s_pActive{nullptr};
 

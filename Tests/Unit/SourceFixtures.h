@@ -31,6 +31,9 @@ namespace TTMLTest {
 
 using Texts = std::vector<std::string>;
 
+// The lines of the source files since the log was cleared, as "function: message".
+Texts LinesOfFiles(const Texts& files);
+
 // A client: keeps every call of its callback as a text, the code first and the thread last. The thread that
 // made the recorder is called "caller", others by their names:
 //     0 <tt/> @Inband      1 in band @Source      1 out of band @Source      2 @Source      6 10000 @caller

@@ -2,6 +2,8 @@
 
 #include <cerrno>
 
+#include "OneLine.h"
+
 namespace TTMLHost {
 
 namespace {
@@ -104,18 +106,6 @@ Words OutcomeWords(const FetchOutcome& outcome, const FetchLimits& limits)
         return TransferWords(outcome, limits);
     }
     return {"not failed", "nothing to do"};
-}
-
-// URLs and the library's words may hold anything; this is one line.
-std::string OneLine(std::string text)
-{
-    for (char& c : text) {
-        const auto code = static_cast<unsigned char>(c);
-        if (code < 0x20 || code == 0x7f) {
-            c = '?';
-        }
-    }
-    return text;
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #include <sqlite3.h>
 
+#include "OneLine.h"
+
 namespace TTMLHost {
 
 namespace {
@@ -78,18 +80,6 @@ Words FailureWords(const StoreFailure& failure)
 std::string ErrorText(int systemError)
 {
     return systemError == 0 ? "" : " (" + std::generic_category().message(systemError) + ")";
-}
-
-// Paths may hold anything; this is one line.
-std::string OneLine(std::string text)
-{
-    for (char& c : text) {
-        const auto code = static_cast<unsigned char>(c);
-        if (code < 0x20 || code == 0x7f) {
-            c = '?';
-        }
-    }
-    return text;
 }
 
 } // namespace

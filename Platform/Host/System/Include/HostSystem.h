@@ -9,6 +9,9 @@
 
 namespace TTMLHost {
 
+// The feature of televisions of the Korean region.
+constexpr char kKoreanRegionFeature[] = "com.velmora/featureconf/caption.support_kor";
+
 // The package name of this process; an empty one takes it back. Without one the application information
 // knows none. Any thread.
 TTML_PLATFORM_EXPORT void SetPackageName(const std::string& name);

@@ -1,12 +1,13 @@
 #include "Atsc3Input.h"
 
 #include <exception>
-#include <system_error>
 #include <utility>
 
 #include <pthread.h>
 
+#include "HostSystem.h"
 #include "InputError.h"
+#include "InputStart.h"
 #include "PlatformSystemInfo.h"
 
 namespace TTMLHost {
@@ -15,14 +16,12 @@ namespace {
 
 constexpr char kThreadName[] = "TvAtsc3";
 
-constexpr char kKoreanCaptionsKey[] = "com.velmora/featureconf/caption.support_kor";
-
 // In the Korean region nobody reads the MPD's times.
 CaptionTimeline::Receiver ReceiverOfRegion()
 {
     bool isKorean = false;
     // A failed read leaves the default.
-    (void)system_info_get_custom_bool(kKoreanCaptionsKey, &isKorean);
+    (void)system_info_get_custom_bool(kKoreanRegionFeature, &isKorean);
     return isKorean ? CaptionTimeline::Receiver::IgnoresMpd : CaptionTimeline::Receiver::ReadsMpd;
 }
 
@@ -43,23 +42,10 @@ Atsc3Input::~Atsc3Input()
 
 bool Atsc3Input::Open(std::string* error)
 {
-    if (m_options.cancel != nullptr && *m_options.cancel) {
-        *error = DescribeInputFailure("open", m_options.input, "it was cancelled",
-                                      "start it again when it is wanted");
+    if (IsCancelled(m_options.cancel, "open", m_options.input, error) || !CheckFiles(error)) {
         return false;
     }
-    if (!CheckFiles(error)) {
-        return false;
-    }
-    try {
-        m_thread = std::thread([this] { Run(); });
-    } catch (const std::system_error& failure) {
-        *error = DescribeInputFailure("play", m_options.input,
-                                      std::string("no thread could be started (") + failure.what() + ")",
-                                      "end programs that are not needed");
-        return false;
-    }
-    return true;
+    return StartInputThread(m_options.input, &m_thread, error, [this] { Run(); });
 }
 
 // An MPD that is a file and cannot be read is told of before anything plays. Servers may take their time, and

@@ -2,12 +2,12 @@
 
 #include <exception>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include <pthread.h>
 
 #include "InputError.h"
+#include "InputStart.h"
 #include "MonotonicTime.h"
 
 namespace TTMLHost {
@@ -17,11 +17,6 @@ namespace {
 constexpr char kThreadName[] = "TvReader";
 constexpr int kSilenceS = 5;
 constexpr std::int64_t kNsPerS = 1000000000;
-
-bool IsCancelled(const TvOptions& options)
-{
-    return options.cancel != nullptr && *options.cancel;
-}
 
 } // namespace
 
@@ -43,24 +38,14 @@ bool BroadcastInput::Open(std::string* error)
     if (m_source == nullptr) {
         return false;
     }
-    if (IsCancelled(m_options)) {
-        *error = DescribeInputFailure("open", m_options.input, "it was cancelled",
-                                      "start it again when it is wanted");
+    if (IsCancelled(m_options.cancel, "open", m_options.input, error)) {
         return false;
     }
     const bool isLive = m_source->IsLive();
     m_framer = std::make_unique<PacketFramer>(isLive ? PacketFramer::Pieces::AfterPackets
                                                      : PacketFramer::Pieces::Anywhere);
     m_tuner = std::make_unique<Tuner>(m_options, isLive, m_output);
-    try {
-        m_thread = std::thread([this] { Run(); });
-    } catch (const std::system_error& failure) {
-        *error = DescribeInputFailure("play", m_options.input,
-                                      std::string("no thread could be started (") + failure.what() + ")",
-                                      "end programs that are not needed");
-        return false;
-    }
-    return true;
+    return StartInputThread(m_options.input, &m_thread, error, [this] { Run(); });
 }
 
 bool BroadcastInput::Tune(const std::string& service, std::string* error)

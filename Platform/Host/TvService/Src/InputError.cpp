@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include "OneLine.h"
 #include "PacketSource.h"
 
 namespace TTMLHost {
@@ -42,15 +43,7 @@ const char* AdviceFor(int error)
 std::string DescribeInputFailure(const std::string& doing, const std::string& input, const std::string& why,
                                  const std::string& advice)
 {
-    std::string line = "Cannot " + doing + " " + NameOfInput(input) + ": " + why + "; " + advice;
-    // A name may hold anything; this is one line.
-    for (char& c : line) {
-        const auto code = static_cast<unsigned char>(c);
-        if (code < 0x20 || code == 0x7f) {
-            c = '?';
-        }
-    }
-    return line;
+    return OneLine("Cannot " + doing + " " + NameOfInput(input) + ": " + why + "; " + advice);
 }
 
 std::string DescribeInputErrno(const std::string& doing, const std::string& input, int error)

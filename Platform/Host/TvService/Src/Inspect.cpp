@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "InputError.h"
+#include "InputStart.h"
 #include "PacketFramer.h"
 #include "PacketSource.h"
 #include "StreamStatistics.h"
@@ -45,9 +46,7 @@ bool Inspect(const std::string& input, const std::atomic<bool>* cancel, TvStream
     PacketFramer framer(PacketFramer::Pieces::Anywhere);
     ByteSpan bytes;
     while (!framer.IsNotTransportStream() && source->Read(&bytes, error)) {
-        if (cancel != nullptr && cancel->load()) {
-            *error = DescribeInputFailure("inspect", input, "it was cancelled",
-                                          "start it again when it is wanted");
+        if (IsCancelled(cancel, "inspect", input, error)) {
             return false;
         }
         framer.Push(bytes);

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "InputError.h"
+#include "OneLine.h"
 #include "PacketSource.h"
 
 namespace TTMLHost {
@@ -17,18 +18,6 @@ std::string What(int service, const ServiceDirectory& directory)
 {
     const std::string kinds = directory.KindsOf(service);
     return kinds.empty() ? "nothing else either" : "only " + kinds;
-}
-
-// Names come from the stream and may hold anything; this is one line.
-std::string OneLine(std::string line)
-{
-    for (char& c : line) {
-        const auto code = static_cast<unsigned char>(c);
-        if (code < 0x20 || code == 0x7f) {
-            c = '?';
-        }
-    }
-    return line;
 }
 
 std::string Choice(const ServiceDirectory& directory)
