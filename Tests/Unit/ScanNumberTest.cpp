@@ -85,7 +85,11 @@ Int IntOfScanf(const char* text)
 {
     Int result;
     int length = 0;
-    result.found = std::sscanf(text, "%d%n", &result.value, &length) == 1;
+    // "%d" reads a long and cuts it to an int. Where a long has 32 bits it would tell of other numbers; ours
+    // are the same everywhere.
+    long long value = 0;
+    result.found = std::sscanf(text, "%lld%n", &value, &length) == 1;
+    result.value = result.found ? static_cast<std::int32_t>(value) : kNoInt;
     result.length = result.found ? length : 0;
     return result;
 }
