@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The library's binary interface is the one under review: its exported symbols, the types they use, and the
 # layout of the exported classes. With "refresh", writes the reference anew instead of comparing.
+# Headers are named as the debug information names them: from the repository's root, which is where this runs.
 # Usage: abi.sh check|refresh LIBRARY REFERENCE HEADER_FOLDER [HEADER]...
 set -euo pipefail
 action=$1 library=$2 reference=$3
@@ -29,7 +30,7 @@ check)
     ;;
 refresh) describe > "$reference" ;;
 *)
-    sed -n '2,4s/^# \{0,1\}//p' "$0" >&2
+    sed -n '2,5s/^# \{0,1\}//p' "$0" >&2
     exit 2
     ;;
 esac
