@@ -17,7 +17,8 @@ bool IsLanguageTag(const std::string& text)
 {
     std::size_t length = 0;
     bool first = true;
-    for (const unsigned char c : text + "-") {
+    for (const char letter : text + "-") {
+        const auto c = static_cast<unsigned char>(letter);
         if (c == '-') {
             if (length < (first ? 2U : 1U) || length > 8) {
                 return false;
