@@ -239,6 +239,21 @@ TEST(PacketFramer, FindsPacketsOfAnotherSizeWhereCapturesAreJoined)
     EXPECT_EQ(framer.PacketSize(), 204U);
 }
 
+TEST(PacketFramer, GoesOnWithTheSameSizeWhereverAFileIsCut)
+{
+    // Behind the damage, packets of any size could begin.
+    const Bytes input = TTMLTest::WithPacketSize(TTMLTest::Joined(SomePackets(6)), 204) + Bytes(1, 0) +
+                        Bytes(5 * 204UL, 0x47);
+    PacketFramer whole(Pieces::Anywhere);
+    const Framed expected = Frame(&whole, input, input.size());
+    ASSERT_EQ(whole.PacketSize(), 204U);
+    for (std::size_t piece = 1; piece < input.size(); ++piece) {
+        PacketFramer framer(Pieces::Anywhere);
+        EXPECT_EQ(Frame(&framer, input, piece).packets, expected.packets) << piece;
+        EXPECT_EQ(framer.PacketSize(), 204U) << piece;
+    }
+}
+
 TEST(PacketFramer, SurvivesAnyGarbageBetweenPackets)
 {
     // With sync bytes in it, so that packets may be made up or lost, but never more than is there.

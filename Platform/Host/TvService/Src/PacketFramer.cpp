@@ -219,9 +219,18 @@ PacketFramer::Match PacketFramer::MatchAny(ByteSpan bytes, std::size_t at, std::
     // tell.
     const std::size_t guess = m_stride == 0 && m_at + at == kTimeStampSize ? kStrides[1] : m_stride;
     Match best = Match::No;
+    if (guess != 0) {
+        best = MatchStride(bytes, at, guess);
+        *stride = guess;
+        // A smaller size is confirmed by fewer bytes. Not to wait for those of this one would find other
+        // packets where a file is read in other pieces.
+        if (best == Match::Perhaps) {
+            return best;
+        }
+    }
     for (const std::size_t one : kStrides) {
         const Match match = MatchStride(bytes, at, one);
-        if (match > best || (match == best && one == guess)) {
+        if (match > best) {
             best = match;
             *stride = one;
         }
