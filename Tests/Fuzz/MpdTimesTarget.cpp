@@ -78,10 +78,13 @@ std::int64_t StartOf(const char* text)
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(TTML::ToInt64(fraction)) + whole);
 }
 
-// The second reading is for numbers that fit, and for texts without numbers of other kinds.
+// The second reading is for numbers that fit, and for texts without numbers of other kinds: a P in a
+// hexadecimal number is its exponent.
 bool CanBeReadTwice(const std::string& duration)
 {
-    return duration.find_first_not_of("PTHMS0123456789. x") == std::string::npos &&
+    const std::size_t hexadecimal = duration.find('x');
+    return (hexadecimal == std::string::npos || duration.find('P', hexadecimal) == std::string::npos) &&
+           duration.find_first_not_of("PTHMS0123456789. x") == std::string::npos &&
            duration.find_first_of("0123456789") != std::string::npos && duration.size() <= 11;
 }
 
