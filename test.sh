@@ -60,5 +60,5 @@ for preset in "${presets[@]}"; do
     build_preset "$preset"
     echo "== $preset: test"
     # More at once than processors: half of the time they wait.
-    ctest --preset "$preset" -j 4 --no-tests=error
+    ctest --preset "$preset" -j 6 --no-tests=error
 done
